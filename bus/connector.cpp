@@ -1,0 +1,323 @@
+#include "bus/connector.h"
+
+#include "bus/local_server.h"
+#include "keystone/log.h"
+
+#include <QCoreApplication>
+#include <QPointer>
+
+#include <type_traits>
+
+namespace {
+
+constexpr int kTickMs = 5000;
+constexpr int kWaitMs = 30000;
+constexpr int kNoConnection = -1;
+constexpr int kAdminLinkClosed = 5;
+
+/// Writing or closing one link may at once remove others from the list it stands in, and delete them soon after.
+QList<QPointer<TMyLocalSocket>> guarded(const QList<TMyLocalSocket *> &links)
+{
+    return {links.begin(), links.end()};
+}
+
+QString nameText(const TMyLocalSocket *link)
+{
+    return QString::fromUtf8(link->peerName);
+}
+
+} // namespace
+
+TConnector::TConnector(QObject *parent)
+    : QObject(parent)
+    , m_server(new TMyLocalServer(this))
+    , m_admin(new TMyLocalSocket(this))
+{
+    connect(m_admin, &QLocalSocket::disconnected, this, &TConnector::DisconnectAdminConnection);
+    connect(m_admin, &QLocalSocket::connected, this, &TConnector::newOutConnection);
+    connect(m_admin, &QLocalSocket::errorOccurred, this, &TConnector::connectionAdminError);
+    connect(m_admin, &TMyLocalSocket::NewData, this, &TConnector::SlotNewData);
+    connect(m_server, &TMyLocalServer::newConnection, this, &TConnector::newInConnection);
+}
+
+void TConnector::SetAdminServerName(const QByteArray &name)
+{
+    m_admin->peerName = name;
+}
+
+void TConnector::SetServerName(const QString &name)
+{
+    m_serverName = name;
+    m_firstStart = true;
+    startTimer(kTickMs);
+}
+
+void TConnector::addOutServerName(const QString &name)
+{
+    for (const TMyLocalSocket *link : std::as_const(m_outgoing)) {
+        if (nameText(link) == name)
+            return;
+    }
+    auto *link = new TMyLocalSocket(this);
+    link->peerName = name.toUtf8();
+    connect(link, &QLocalSocket::disconnected, this, &TConnector::DisconnectOutConnection);
+    connect(link, &QLocalSocket::connected, this, &TConnector::newOutConnection);
+    connect(link, &QLocalSocket::errorOccurred, this, &TConnector::connectionOutError);
+    connect(link, &TMyLocalSocket::NewData, this, &TConnector::SlotNewData);
+    m_outgoing.append(link);
+}
+
+void TConnector::SetDataAll(unsigned char type, const QByteArray &data)
+{
+    const QByteArray frame = bus::encode(bus::Data{type, data});
+    const auto outgoing = guarded(m_outgoing);
+    const auto incoming = guarded(m_incoming);
+    for (const auto &link : outgoing) {
+        if (link && link->isOpen())
+            writeTo(link, frame);
+    }
+    for (const auto &link : incoming) {
+        if (link)
+            writeTo(link, frame);
+    }
+}
+
+void TConnector::SetOutDataAll(unsigned char type, const QByteArray &data)
+{
+    const QByteArray frame = bus::encode(bus::Data{type, data});
+    const auto outgoing = guarded(m_outgoing);
+    for (const auto &link : outgoing) {
+        if (link && link->isOpen())
+            writeTo(link, frame);
+    }
+}
+
+void TConnector::SetData(unsigned char type, const QString &name, const QByteArray &data)
+{
+    const QByteArray frame = bus::encode(bus::Data{type, data});
+    const auto links = guarded(m_outgoing + m_incoming);
+    for (const auto &link : links) {
+        if (link && link->isValid() && nameText(link) == name)
+            writeTo(link, frame);
+    }
+}
+
+void TConnector::writeToAdmin(const QByteArray &frame)
+{
+    if (!m_admin->isOpen())
+        return;
+    m_admin->write(frame);
+    m_admin->flush();
+}
+
+void TConnector::stop(int code)
+{
+    if (m_stopping)
+        return;
+    m_stopping = true;
+    QCoreApplication::exit(code);
+}
+
+void TConnector::timerEvent(QTimerEvent *)
+{
+    const QByteArray greeting = bus::encode(bus::Greeting{m_serverName.toUtf8()});
+    const bool siblingsWereThere = connectSiblings(greeting);
+    if (!siblingsWereThere && m_firstStart)
+        return;
+    if (m_admin->state() != QLocalSocket::ConnectedState && !m_admin->peerName.isEmpty()) {
+        reconnect(m_admin, greeting);
+        if (m_firstStart)
+            return;
+    }
+    if (!m_server->isListening())
+        openServer();
+    m_firstStart = false;
+}
+
+/// True when every sibling link was connected before this tick.
+bool TConnector::connectSiblings(const QByteArray &greeting)
+{
+    int connected = 0;
+    const auto links = guarded(m_outgoing);
+    for (const auto &link : links) {
+        if (!link)
+            continue;
+        if (link->state() == QLocalSocket::ConnectedState)
+            ++connected;
+        else
+            reconnect(link, greeting);
+    }
+    return connected == m_outgoing.size();
+}
+
+bool TConnector::reconnect(TMyLocalSocket *link, const QByteArray &greeting)
+{
+    const QPointer<TMyLocalSocket> alive(link);
+    link->flush();
+    link->disconnectFromServer();
+    if (link->state() != QLocalSocket::UnconnectedState)
+        link->waitForDisconnected(kWaitMs);
+    if (!alive)
+        return false;
+    link->connectToServer(nameText(link), QIODevice::ReadWrite);
+    if (link->waitForConnected(kWaitMs)) {
+        link->write(greeting);
+        return true;
+    }
+    if (alive)
+        link->abort();
+    return false;
+}
+
+void TConnector::openServer()
+{
+    QLocalServer::removeServer(m_serverName);
+    if (m_server->listen(m_serverName)) {
+        logMessage(tr("Start server: %1 Ok!!!! \n").arg(m_serverName));
+        return;
+    }
+    logMessage(tr("Start Error: %1\n").arg(m_server->errorString()));
+    m_server->close();
+}
+
+void TConnector::writeTo(TMyLocalSocket *link, const QByteArray &frame)
+{
+    const QPointer<TMyLocalSocket> alive(link);
+    link->write(frame);
+    link->flush();
+    if (!alive || link->bytesToWrite() <= kWaitingLimit)
+        return;
+    logMessage(tr("Connection cut off: %0 leaves %1 bytes unread\n")
+                   .arg(nameText(link), QString::number(link->bytesToWrite())));
+    link->abort();
+}
+
+TMyLocalSocket *TConnector::senderLink() const
+{
+    return qobject_cast<TMyLocalSocket *>(sender());
+}
+
+void TConnector::newInConnection(TMyLocalSocket *socket)
+{
+    connect(socket, &QLocalSocket::disconnected, this, &TConnector::DisconnectInConnection);
+    connect(socket, &QLocalSocket::errorOccurred, this, &TConnector::connectionInError);
+    connect(socket, &TMyLocalSocket::NewData, this, &TConnector::SlotNewData);
+    m_incoming.append(socket);
+    logMessage(tr("New In Connection %0\n").arg(nameText(socket)));
+}
+
+void TConnector::newOutConnection()
+{
+    // Three n: the line is known by this spelling.
+    logMessage(tr("New Out Connnection\n"));
+}
+
+void TConnector::connectionOutError(QLocalSocket::LocalSocketError)
+{
+    TMyLocalSocket *link = senderLink();
+    if (!link)
+        return;
+    logMessage(tr("Connnection Out Error: %1 %2\n").arg(nameText(link), link->errorString()));
+    link->abort();
+}
+
+void TConnector::DisconnectOutConnection()
+{
+    TMyLocalSocket *link = senderLink();
+    if (!link)
+        return;
+    logMessage(tr("Connnection Disconnect: %0\n").arg(nameText(link)));
+    link->abort();
+    m_outgoing.removeOne(link);
+    // A peer's greeting may have put any bytes in the name; the name of a server ends at the first zero byte.
+    addOutServerName(QString::fromUtf8(link->peerName.constData()));
+    link->deleteLater();
+}
+
+void TConnector::connectionInError(QLocalSocket::LocalSocketError)
+{
+    TMyLocalSocket *link = senderLink();
+    if (!link)
+        return;
+    m_incoming.removeOne(link);
+    link->abort();
+    link->setParent(nullptr);
+    link->deleteLater();
+    logMessage(tr("Connection In Error: %0\n").arg(nameText(link)));
+}
+
+void TConnector::DisconnectInConnection()
+{
+    TMyLocalSocket *link = senderLink();
+    if (!link)
+        return;
+    m_incoming.removeOne(link);
+    link->setParent(nullptr);
+    link->deleteLater();
+    logMessage(tr("Connection in disconnection: %0\n").arg(nameText(link)));
+}
+
+void TConnector::connectionAdminError(QLocalSocket::LocalSocketError)
+{
+    m_admin->abort();
+}
+
+void TConnector::DisconnectAdminConnection()
+{
+    logMessage(tr("Admin connection is closed. Stopping application."));
+    stop(kAdminLinkClosed);
+}
+
+void TConnector::SlotNewData(TMyLocalSocket *socket)
+{
+    const QPointer<TMyLocalSocket> alive(socket);
+    socket->cutter.append(socket->readAll());
+    QByteArray body;
+    while (!m_stopping) {
+        const auto result = socket->cutter.next(body);
+        if (result == bus::FrameCutter::Result::TooLong)
+            socket->abort();
+        if (result != bus::FrameCutter::Result::FrameReady)
+            return;
+        deliver(bus::decode(body), socket);
+        // A link that was closed meanwhile takes what it had still to say with it.
+        if (!alive || socket->state() == QLocalSocket::UnconnectedState)
+            return;
+    }
+}
+
+void TConnector::deliver(bus::Frame frame, TMyLocalSocket *socket)
+{
+    std::visit(
+        [&](auto &fields) {
+            using Fields = std::decay_t<decltype(fields)>;
+            if constexpr (std::is_same_v<Fields, bus::Greeting>) {
+                socket->peerName = fields.name;
+            } else if constexpr (std::is_same_v<Fields, bus::Action>) {
+                emit NewAction(fields.action, fields.message, fields.data, fields.colour, fields.idConnection, socket);
+            } else if constexpr (std::is_same_v<Fields, bus::Command>) {
+                if (fields.name == "Watch_Arrow_On")
+                    m_watch = true;
+                else if (fields.name == "Watch_Arrow_Off")
+                    m_watch = false;
+                else
+                    emit NewCommand(fields.name, fields.data, fields.idConnection, socket);
+            } else if constexpr (std::is_same_v<Fields, bus::BusMessage>) {
+                emit NewBusMessage(fields.iface, fields.data, fields.idConnect);
+            } else {
+                deliverData(fields, socket);
+            }
+        },
+        frame);
+}
+
+void TConnector::deliverData(bus::Data &frame, TMyLocalSocket *socket)
+{
+    if (frame.data.isEmpty())
+        return;
+    if (m_watch && m_admin->isOpen()) {
+        m_admin->write(bus::encode(bus::Action{"Watch_Arrow", QStringLiteral("%1").arg(frame.kind).toUtf8(), frame.data,
+                                               QColor(Qt::blue), kNoConnection}));
+    }
+    emit NewData(frame.kind, frame.data, socket);
+}

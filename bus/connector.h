@@ -1,0 +1,96 @@
+#pragma once
+
+#include "bus/frame.h"
+#include "bus/local_socket.h"
+
+#include <QByteArray>
+#include <QColor>
+#include <QList>
+#include <QLocalSocket>
+#include <QObject>
+#include <QString>
+
+class TMyLocalServer;
+
+/// Keeps all links of a service's bus; frames are read and written here only.
+///
+/// There are three kinds of link: the administration link (commands come in, answers and notices go out; losing it ends
+/// the process with code 5), the incoming links of the service's own server, and the outgoing links to sibling servers.
+/// A timer of 5 s makes what is missing: siblings first, then the administration link, then the own server. Its
+/// attempts block the event loop, up to 30 s a wait.
+///
+/// A peer that leaves more than kWaitingLimit bytes unread is cut off, on incoming and sibling links.
+class TConnector : public QObject
+{
+    Q_OBJECT
+
+public:
+    static constexpr qint64 kWaitingLimit = 64 * 1024 * 1024;
+
+    explicit TConnector(QObject *parent);
+
+    /// The server behind the administration link (UTF-8). While it is empty the link is not made.
+    void SetAdminServerName(const QByteArray &name);
+
+    /// The name of the service's own server. Starts the timer: without a name nothing is ever connected. Each call
+    /// starts one more timer.
+    void SetServerName(const QString &name);
+    [[nodiscard]] QString GetServerName() const { return m_serverName; }
+
+    /// Adds a sibling server to keep connected; a name that is there already is not added again.
+    void addOutServerName(const QString &name);
+
+    /// Sends a data frame to every open sibling link, then to every incoming link.
+    void SetDataAll(unsigned char type, const QByteArray &data);
+
+    /// Sends a data frame to every open sibling link.
+    void SetOutDataAll(unsigned char type, const QByteArray &data);
+
+    /// Sends a data frame to the valid links, siblings first, whose peer name is `name`.
+    void SetData(unsigned char type, const QString &name, const QByteArray &data);
+
+    /// Writes a whole frame to the administration link and flushes it. Lost while the link is down.
+    void writeToAdmin(const QByteArray &frame);
+
+    /// Ends the event loop with `code`; the frame being handled is finished, none after it is. The first call decides.
+    void stop(int code);
+
+signals:
+    void NewCommand(QByteArray &command_name, QByteArray &data, int IDConnection, TMyLocalSocket *socket);
+    void NewData(unsigned char version, QByteArray &data, TMyLocalSocket *socket);
+    void NewAction(QByteArray &action_name, QByteArray &message, QByteArray &data, QColor &color, int IDConnection,
+                   TMyLocalSocket *socket);
+    void NewBusMessage(const QByteArray &iface, const QByteArray &data, int idConnect);
+
+protected:
+    void timerEvent(QTimerEvent *event) override;
+
+private slots:
+    void connectionInError(QLocalSocket::LocalSocketError error);
+    void connectionAdminError(QLocalSocket::LocalSocketError error);
+    void DisconnectInConnection();
+    void newInConnection(TMyLocalSocket *socket);
+    void newOutConnection();
+    void connectionOutError(QLocalSocket::LocalSocketError error);
+    void DisconnectOutConnection();
+    void DisconnectAdminConnection();
+    void SlotNewData(TMyLocalSocket *socket);
+
+private:
+    [[nodiscard]] TMyLocalSocket *senderLink() const;
+    bool reconnect(TMyLocalSocket *link, const QByteArray &greeting);
+    [[nodiscard]] bool connectSiblings(const QByteArray &greeting);
+    void openServer();
+    void writeTo(TMyLocalSocket *link, const QByteArray &frame);
+    void deliver(bus::Frame frame, TMyLocalSocket *socket);
+    void deliverData(bus::Data &frame, TMyLocalSocket *socket);
+
+    bool m_firstStart = true;
+    TMyLocalServer *m_server;
+    QString m_serverName;
+    bool m_watch = false;
+    bool m_stopping = false;
+    QList<TMyLocalSocket *> m_incoming;
+    QList<TMyLocalSocket *> m_outgoing; ///< in the order in which the names were added
+    TMyLocalSocket *m_admin;
+};

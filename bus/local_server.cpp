@@ -1,0 +1,15 @@
+#include "bus/local_server.h"
+
+namespace {
+
+constexpr qint64 kReadBufferBytes = 0x20000000;
+
+} // namespace
+
+void TMyLocalServer::incomingConnection(quintptr descriptor)
+{
+    auto *socket = new TMyLocalSocket(this);
+    socket->setSocketDescriptor(static_cast<qintptr>(descriptor), QLocalSocket::ConnectedState, QIODevice::ReadWrite);
+    socket->setReadBufferSize(kReadBufferBytes);
+    emit newConnection(socket);
+}

@@ -1,0 +1,173 @@
+#include "database/connection.h"
+
+#include <QElapsedTimer>
+#include <QSqlDriver>
+#include <QVarLengthArray>
+#include <QVariant>
+
+#include <algorithm>
+
+#include <poll.h>
+
+namespace database {
+
+namespace {
+
+constexpr qint64 kLongestPauseMs = 5000;
+constexpr qint64 kPausePerAttempt = 10; ///< a pause is this many times as long as the failed attempt took
+
+QSqlError notOpen(const QSqlError &reason)
+{
+    const QString text = reason.isValid() ? reason.databaseText() : QStringLiteral("the database is not open");
+    return {QStringLiteral("QPSQL: Unable to create query"), text, QSqlError::ConnectionError};
+}
+
+QSqlError statementError(const QString &text, const QString &code = {})
+{
+    return {QStringLiteral("QPSQL: Unable to create query"), text, QSqlError::StatementError, code};
+}
+
+/// "?" in order to "$1", "$2", ...
+QByteArray numberedPlaceholders(const QString &text)
+{
+    const QByteArray utf8 = text.toUtf8();
+    QByteArray result;
+    result.reserve(utf8.size() + 16);
+    int number = 0;
+    for (const char character : utf8) {
+        if (character == '?')
+            result += '$' + QByteArray::number(++number);
+        else
+            result += character;
+    }
+    return result;
+}
+
+QSqlError impossibleText()
+{
+    return statementError(QStringLiteral("a text with a zero character cannot be stored"));
+}
+
+} // namespace
+
+PGconn *Connection::native() const
+{
+    const QVariant handle = qtDatabase().driver()->handle();
+    // The type that libpq calls PGconn, under its own name.
+    if (qstrcmp(handle.typeName(), "pg_conn*") != 0)
+        return nullptr;
+    return *static_cast<PGconn *const *>(handle.constData());
+}
+
+bool Connection::isAlive() const
+{
+    if (!qtDatabase().isOpen())
+        return false;
+    const PGconn *connection = native();
+    if (!connection || PQstatus(connection) != CONNECTION_OK)
+        return false;
+    // A server that has gone has closed its end, which libpq learns only from a statement that fails.
+    pollfd socket{PQsocket(connection), POLLRDHUP, 0};
+    return poll(&socket, 1, 0) == 0;
+}
+
+bool Connection::ready()
+{
+    if (!m_checked) {
+        m_checked = true;
+        if (!isAlive())
+            return open();
+    }
+    return qtDatabase().isOpen();
+}
+
+bool Connection::open()
+{
+    QSqlDatabase db = qtDatabase();
+    if (!db.isValid() || !m_nextAttempt.hasExpired())
+        return false;
+    db.close();
+    QElapsedTimer taken;
+    taken.start();
+    if (!db.open()) {
+        m_nextAttempt.setRemainingTime(std::min(kLongestPauseMs, taken.elapsed() * kPausePerAttempt));
+        m_openError = db.lastError();
+        if (!m_outageTold && m_onUnavailable)
+            m_onUnavailable(m_openError);
+        m_outageTold = true;
+        return false;
+    }
+    m_outageTold = false;
+    if (m_onOpened)
+        m_onOpened();
+    return true;
+}
+
+Result Connection::query(const QString &text, const QList<Value> &values)
+{
+    if (!ready())
+        return fail(notOpen(m_openError));
+    QVarLengthArray<const char *, 16> data;
+    QVarLengthArray<int, 16> sizes;
+    QVarLengthArray<int, 16> formats;
+    for (const Value &value : values) {
+        if (value.isImpossible())
+            return fail(impossibleText());
+        data.append(value.data());
+        sizes.append(value.size());
+        formats.append(value.isBinary() ? 1 : 0);
+    }
+    const QByteArray numbered = numberedPlaceholders(text);
+    constexpr int kBinaryResult = 1;
+    return take(PQexecParams(native(), numbered.constData(), static_cast<int>(values.size()), nullptr, data.constData(),
+                             sizes.constData(), formats.constData(), kBinaryResult));
+}
+
+Result Connection::script(const QString &text)
+{
+    if (!ready())
+        return fail(notOpen(m_openError));
+    if (text.contains(QChar(0)))
+        return fail(impossibleText());
+    PGresult *result = PQexec(native(), text.toUtf8().constData());
+    if (PQstatus(native()) != CONNECTION_OK || PQtransactionStatus(native()) == PQTRANS_IDLE)
+        return take(result);
+    const QString reason = QString::fromUtf8(PQresultErrorMessage(result));
+    PQclear(result);
+    qtDatabase().close();
+    open();
+    return fail(
+        statementError(reason.isEmpty() ? QStringLiteral("the text left a transaction or a COPY open") : reason));
+}
+
+Result Connection::take(PGresult *taken)
+{
+    Result result(taken);
+    const ExecStatusType status = PQresultStatus(taken);
+    if (status == PGRES_COMMAND_OK || status == PGRES_TUPLES_OK || status == PGRES_EMPTY_QUERY) {
+        m_error = QSqlError();
+        return result;
+    }
+    // Out of memory or a lost connection may leave no result to ask.
+    const char *message = taken ? PQresultErrorMessage(taken) : PQerrorMessage(native());
+    const char *code = taken ? PQresultErrorField(taken, PG_DIAG_SQLSTATE) : nullptr;
+    return fail(statementError(QString::fromUtf8(message), QString::fromLatin1(code)));
+}
+
+Result Connection::fail(const QSqlError &error)
+{
+    m_error = error;
+    if (m_onFailure)
+        m_onFailure(error);
+    return {};
+}
+
+void Connection::noteOutcome(const QSqlError &error)
+{
+    if (error.isValid())
+        fail(error);
+    else
+        m_error = error;
+}
+
+} // namespace database

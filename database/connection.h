@@ -1,0 +1,84 @@
+#pragma once
+
+#include "database/result.h"
+#include "database/value.h"
+
+#include <QDeadlineTimer>
+#include <QList>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QString>
+
+#include <functional>
+
+namespace database {
+
+/// The service's one connection, opened by QtSql under a name; statements run on its libpq handle.
+///
+/// The handle is used directly because QtSql's way of running a statement never returns from a COPY that a client's
+/// text may hold, hides the errors of all but the first of several statements, and takes three trips for one with bound
+/// values.
+class Connection
+{
+public:
+    using Observer = std::function<void(const QSqlError &)>;
+
+    /// Nothing is opened here; statements fail until a QtSql connection named `name` has been added.
+    void setName(const QString &name) { m_name = name; }
+    [[nodiscard]] QSqlDatabase qtDatabase() const { return QSqlDatabase::database(m_name, false); }
+
+    /// Called with the error of each statement that fails.
+    void onFailure(Observer observer) { m_onFailure = std::move(observer); }
+
+    /// Called after the connection, having been lost or never open, has been opened.
+    void onOpened(std::function<void()> observer) { m_onOpened = std::move(observer); }
+
+    /// Called once per outage, with the reason why opening failed.
+    void onUnavailable(Observer observer) { m_onUnavailable = std::move(observer); }
+
+    /// The outage that is on has been told already.
+    void outageIsKnown() { m_outageTold = true; }
+
+    /// Begins a command: its first statement will look whether the server is still there and connect anew if it is not.
+    /// Within a command that is not repeated: what runs after a loss fails.
+    void beginCommand() { m_checked = false; }
+
+    /// True when the connection is usable; opens it if this command has not tried yet.
+    ///
+    /// While the server refuses at once every command tries again; one that keeps us waiting is left alone for up to 5
+    /// s.
+    bool ready();
+
+    /// Runs one statement whose placeholders "?" take `values` in order. No "?" may stand anywhere else in `text`.
+    [[nodiscard]] Result query(const QString &text, const QList<Value> &values = {});
+
+    /// Runs a text of one or several statements, which may hold a client's words, as one implicit transaction and gives
+    /// the last result. It has failed if any statement did. A text that leaves the session in the middle of something
+    /// (a transaction, a COPY) has failed too, and costs the connection.
+    [[nodiscard]] Result script(const QString &text);
+
+    /// The last statement's error; invalid when it succeeded.
+    [[nodiscard]] const QSqlError &lastError() const { return m_error; }
+
+    /// Tells of a statement that ran past this class on the same connection.
+    void noteOutcome(const QSqlError &error);
+
+private:
+    [[nodiscard]] PGconn *native() const;
+    [[nodiscard]] bool isAlive() const;
+    bool open();
+    Result take(PGresult *result);
+    Result fail(const QSqlError &error);
+
+    QString m_name;
+    QSqlError m_error;
+    QSqlError m_openError;
+    bool m_checked = false;
+    bool m_outageTold = false;
+    QDeadlineTimer m_nextAttempt;
+    Observer m_onFailure;
+    Observer m_onUnavailable;
+    std::function<void()> m_onOpened;
+};
+
+} // namespace database

@@ -1,0 +1,111 @@
+#include "keystone/settings_text.h"
+
+#include <QFile>
+#include <QSettings>
+#include <QStringList>
+
+#include <optional>
+
+namespace {
+
+bool hasBareSemicolon(const QString &text)
+{
+    bool quoted = false;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (text[i] == QLatin1Char('\\'))
+            ++i;
+        else if (text[i] == QLatin1Char('"'))
+            quoted = !quoted;
+        else if (text[i] == QLatin1Char(';') && !quoted)
+            return true;
+    }
+    return false;
+}
+
+std::optional<QChar> simpleEscape(QChar letter)
+{
+    switch (letter.unicode()) {
+    case 'n':
+        return QLatin1Char('\n');
+    case 'r':
+        return QLatin1Char('\r');
+    case 't':
+        return QLatin1Char('\t');
+    case '"':
+    case '\\':
+        return letter;
+    default:
+        return std::nullopt;
+    }
+}
+
+/// The escapes of the format that stand in passwords, paths and options; any other backslash is dropped, as QSettings
+/// does.
+QString unescaped(const QString &text)
+{
+    QString result;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (text[i] == QLatin1Char('\\') && i + 1 < text.size()) {
+            ++i;
+            if (text[i] == QLatin1Char('x')) {
+                qsizetype end = i + 1;
+                while (end < text.size() && end < i + 5 && QStringView(u"0123456789abcdefABCDEF").contains(text[end]))
+                    ++end;
+                result += QChar(text.mid(i + 1, end - i - 1).toUShort(nullptr, 16));
+                i = end - 1;
+            } else if (const auto character = simpleEscape(text[i])) {
+                result += *character;
+            }
+        } else if (text[i] != QLatin1Char('"')) {
+            result += text[i];
+        }
+    }
+    return result;
+}
+
+QString fullKey(const QString &group, const QString &name)
+{
+    if (group.isEmpty() || group == QLatin1String("General"))
+        return name;
+    return group + QLatin1Char('/') + name;
+}
+
+} // namespace
+
+QString settingText(const QSettings &settings, const QString &key, const QString &fallback)
+{
+    const QHash<QString, QString> uncut = valuesWithSemicolon(settings);
+    if (const auto found = uncut.find(key); found != uncut.end())
+        return *found;
+    const QVariant value = settings.value(key, fallback);
+    return value.typeId() == QMetaType::QStringList ? value.toStringList().join(QLatin1Char(',')) : value.toString();
+}
+
+QHash<QString, QString> valuesWithSemicolon(const QSettings &settings)
+{
+    QHash<QString, QString> result;
+    QFile file(settings.fileName());
+    if (!file.open(QIODevice::ReadOnly))
+        return result;
+    QString group;
+    while (!file.atEnd()) {
+        const QString line = QString::fromUtf8(file.readLine()).trimmed();
+        if (line.startsWith(QLatin1Char(';')))
+            continue;
+        if (line.startsWith(QLatin1Char('[')) && line.endsWith(QLatin1Char(']'))) {
+            group = line.mid(1, line.size() - 2).trimmed();
+            continue;
+        }
+        const qsizetype equals = line.indexOf(QLatin1Char('='));
+        if (equals < 1)
+            continue;
+        const QString key = fullKey(group, line.left(equals).trimmed());
+        const QString value = line.mid(equals + 1).trimmed();
+        // Of a key that stands twice the last value counts.
+        if (hasBareSemicolon(value))
+            result.insert(key, unescaped(value));
+        else
+            result.remove(key);
+    }
+    return result;
+}

@@ -1,0 +1,6 @@
+#pragma once
+
+#include <QString>
+
+/// Version of this library, as "About" shows it.
+[[nodiscard]] QString getKeystoneVersion();

@@ -1,0 +1,10 @@
+#pragma once
+
+namespace registry {
+
+class CommandCall;
+
+void about(CommandCall &call);
+void quitSignal(CommandCall &call);
+
+} // namespace registry

@@ -1,0 +1,68 @@
+#include "registry/dispatcher.h"
+
+#include "keystone/log.h"
+#include "registry/command_call.h"
+
+#include <QElapsedTimer>
+
+namespace registry {
+
+namespace {
+
+constexpr int kLogFailures = 2;
+constexpr int kLogCommands = 3;
+constexpr qint64 kNanosecondsPerMicrosecond = 1000;
+
+void logFailedStatement(const char *command, const QSqlError &error)
+{
+    if (logHasLevel(kLogFailures))
+        logMessage(QStringLiteral("%1: %2").arg(QLatin1String(command), error.databaseText().trimmed()));
+}
+
+} // namespace
+
+Dispatcher::Dispatcher(std::initializer_list<std::span<const CommandRow>> tables, database::Connection &database,
+                       Announcer &announcer)
+    : m_database(database)
+    , m_announcer(announcer)
+{
+    for (const auto table : tables) {
+        for (const CommandRow &row : table) {
+            if (!m_rows.contains(row.name))
+                m_rows.insert(row.name, &row);
+        }
+    }
+}
+
+void Dispatcher::dispatch(const QByteArray &command, const QByteArray &request, int caller)
+{
+    const CommandRow *row = m_rows.value(command);
+    if (row)
+        run(*row, request, caller);
+}
+
+void Dispatcher::run(const CommandRow &row, const QByteArray &request, int caller)
+{
+    QElapsedTimer taken;
+    taken.start();
+    m_database.beginCommand();
+    m_database.onFailure([&row](const QSqlError &error) { logFailedStatement(row.name, error); });
+    CommandCall call(request, caller, m_database, m_announcer);
+    row.handle(call);
+    m_database.onFailure({});
+
+    const QString refusal = call.in.refusal();
+    if (!refusal.isEmpty())
+        logMessage(
+            QStringLiteral("%1 of %2 refused: %3").arg(QLatin1String(row.name), QString::number(caller), refusal));
+    else if (row.reply == Reply::Sent)
+        m_announcer.sendAction(row.name, row.name, call.reply, Qt::blue, caller);
+    if (logHasLevel(kLogCommands)) {
+        logMessage(QStringLiteral("%1 of %2: %3 us, %4 bytes in, %5 out")
+                       .arg(QLatin1String(row.name), QString::number(caller),
+                            QString::number(taken.nsecsElapsed() / kNanosecondsPerMicrosecond),
+                            QString::number(request.size()), QString::number(call.reply.size())));
+    }
+}
+
+} // namespace registry

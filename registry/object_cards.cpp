@@ -1,0 +1,101 @@
+#include "registry/object_cards.h"
+
+#include "registry/command_call.h"
+#include "registry/object_list.h"
+#include "templates/records.h"
+
+#include <QMap>
+
+namespace registry {
+
+using database::Value;
+
+namespace {
+
+constexpr const char *kSelectCard = R"( SELECT * FROM "Objects_property" where "Id_objects" = %0 order by "Id" )";
+constexpr const char *kDeleteCard = R"(DELETE FROM "Objects_property" where "Id_objects" = %0)";
+constexpr const char *kInsertProperty =
+    R"(INSERT INTO "Objects_property" ("Id_objects","Name","Description","Type","Value","Visible") VALUES (?,?,?,?,?,?))";
+constexpr const char *kUpdateValue = R"(UPDATE "Objects_property" SET "Value"=? WHERE "Id_objects"=? AND "Name"=?)";
+constexpr const char *kDeleteProperty =
+    R"(DELETE FROM "Objects_property" WHERE "Id_objects" IN (%1) AND "Name" = '%2')";
+
+/// A key and the shortest property: id, two texts, type, value, visibility.
+constexpr int kMinMapEntryBytes = 4 + 4 + 4 + 4 + 4 + 4 + 2;
+
+bool insertProperty(CommandCall &call, qint32 object, const CardsProperty &property)
+{
+    return call.db.query(QLatin1String(kInsertProperty), templates::bind(object, property)).ok();
+}
+
+/// Replaces the property on each object; an object whose insert fails is announced like the others.
+void setOnObjects(CommandCall &call, const QList<qint32> &objects, const CardsProperty &property)
+{
+    for (const qint32 object : objects) {
+        insertProperty(call, object, property);
+        call.announceSavedCard({object});
+    }
+}
+
+} // namespace
+
+void getObjectCardV2(CommandCall &call)
+{
+    const auto object = call.in.read<qint32>();
+    const auto rows = call.db.query(QString::fromLatin1(kSelectCard).arg(object));
+    const QList<CardsProperty> card = templates::cardFromRows(rows);
+    call.out << object << static_cast<qint32>(card.size());
+    for (const CardsProperty &property : card)
+        call.out << property;
+}
+
+void saveObjectCardV2(CommandCall &call)
+{
+    const auto object = call.in.read<qint32>();
+    const auto count = call.in.recordCount();
+    if (!count)
+        return;
+    // Nothing stops the save: a failed delete or insert leaves the other rows to be written.
+    (void)call.db.query(QString::fromLatin1(kDeleteCard).arg(object));
+    for (qint32 i = 0; i < *count; ++i)
+        insertProperty(call, object, call.in.read<CardsProperty>());
+    call.announceSavedCard({object});
+    call.logEvent(QStringLiteral("User '%1' save card with id=%2").arg(call.callerName(), QString::number(object)));
+}
+
+void updateObjectCardField(CommandCall &call)
+{
+    const auto object = call.in.read<qint32>();
+    const auto properties = call.in.readContainer<QMap<int, CardsProperty>>(kMinMapEntryBytes);
+    if (!properties.isEmpty()) {
+        // One field a command: of several the one with the smallest key.
+        const CardsProperty &property = properties.first();
+        (void)call.db.query(QLatin1String(kUpdateValue),
+                            {Value::bytes(property.value), Value::integer(object), Value::text(property.name)});
+        call.announceSavedCard({object});
+    }
+    call.logEvent(QStringLiteral("User '%1' update card with id=%2").arg(call.callerName(), QString::number(object)));
+}
+
+void fixPropertyMultiObjsV2(CommandCall &call)
+{
+    const bool set = call.in.read<bool>();
+    const auto objects = call.in.readContainer<QList<qint32>>(sizeof(qint32));
+    CardsProperty property;
+    if (set)
+        property = call.in.read<CardsProperty>();
+    else
+        property.name = call.in.read<QString>();
+
+    const QString list = objectListText(objects);
+    if (!objects.isEmpty()) {
+        // The name is pasted as it is: a quote in it breaks the statement, and then nothing is inserted.
+        const bool deleted = call.db.script(QString::fromLatin1(kDeleteProperty).arg(list, property.name)).ok();
+        if (deleted && set)
+            setOnObjects(call, objects, property);
+    }
+    // Removing is logged but not announced, unlike setting.
+    call.logEvent(QStringLiteral("User '%1' save cards with id=%2").arg(call.callerName(), list));
+}
+
+} // namespace registry

@@ -1,0 +1,16 @@
+#include "server/event_log.h"
+
+#include "keystone/mob_data.h"
+#include "keystone/stream.h"
+
+namespace server {
+
+QByteArray eventLogRecord(quint32 time, const QByteArray &text, quint8 level)
+{
+    QByteArray record;
+    keystone::ByteWriter out(&record);
+    out << MobData{time} << text << static_cast<qint8>(level);
+    return record;
+}
+
+} // namespace server

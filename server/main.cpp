@@ -1,0 +1,47 @@
+#include "keystone/log.h"
+#include "server/kernel_objects_server.h"
+
+#include <QCoreApplication>
+#include <QTranslator>
+
+#include <cstring>
+
+namespace {
+
+/// Every "-settings PATH" is a full load of its own, in order. A "-settings" without a path loads the default file
+/// there and then, and does not count as a given path.
+void loadSettings(TKernelObjectsServer &service, int argc, char **argv)
+{
+    bool pathGiven = false;
+    for (int i = 0; i < argc; ++i) {
+        if (std::strcmp(argv[i], "-settings") != 0)
+            continue;
+        if (i + 1 < argc) {
+            service.LoadSettings(QString::fromLocal8Bit(argv[++i]));
+            pathGiven = true;
+        } else {
+            service.LoadSettings(QString());
+        }
+    }
+    if (!pathGiven)
+        service.LoadSettings(QString());
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+
+    QTranslator translator;
+    // A missing file leaves the texts as they are in the code.
+    const bool translated = translator.load(QStringLiteral("Objects_server.qm"));
+    Q_UNUSED(translated)
+    QCoreApplication::installTranslator(&translator);
+
+    // Lives until the process ends: links and log lines may still come while the application is torn down.
+    auto *service = new TKernelObjectsServer(nullptr);
+    loadSettings(*service, argc, argv);
+    logMessage(QStringLiteral("Start Ok!"));
+    return QCoreApplication::exec();
+}

@@ -16,12 +16,6 @@ namespace {
 constexpr qint64 kLongestPauseMs = 5000;
 constexpr qint64 kPausePerAttempt = 10; ///< a pause is this many times as long as the failed attempt took
 
-QSqlError notOpen(const QSqlError &reason)
-{
-    const QString text = reason.isValid() ? reason.databaseText() : QStringLiteral("the database is not open");
-    return {QStringLiteral("QPSQL: Unable to create query"), text, QSqlError::ConnectionError};
-}
-
 QSqlError statementError(const QString &text, const QString &code = {})
 {
     return {QStringLiteral("QPSQL: Unable to create query"), text, QSqlError::StatementError, code};
@@ -106,7 +100,7 @@ bool Connection::open()
 Result Connection::query(const QString &text, const QList<Value> &values)
 {
     if (!ready())
-        return fail(notOpen(m_openError));
+        return fail(notOpenError());
     QVarLengthArray<const char *, 16> data;
     QVarLengthArray<int, 16> sizes;
     QVarLengthArray<int, 16> formats;
@@ -126,7 +120,7 @@ Result Connection::query(const QString &text, const QList<Value> &values)
 Result Connection::script(const QString &text)
 {
     if (!ready())
-        return fail(notOpen(m_openError));
+        return fail(notOpenError());
     if (text.contains(QChar(0)))
         return fail(impossibleText());
     PGresult *result = PQexec(native(), text.toUtf8().constData());
@@ -152,6 +146,13 @@ Result Connection::take(PGresult *taken)
     const char *message = taken ? PQresultErrorMessage(taken) : PQerrorMessage(native());
     const char *code = taken ? PQresultErrorField(taken, PG_DIAG_SQLSTATE) : nullptr;
     return fail(statementError(QString::fromUtf8(message), QString::fromLatin1(code)));
+}
+
+QSqlError Connection::notOpenError() const
+{
+    const QString text =
+        m_openError.isValid() ? m_openError.databaseText() : QStringLiteral("the database is not open");
+    return {QStringLiteral("QPSQL: Unable to create query"), text, QSqlError::ConnectionError};
 }
 
 Result Connection::fail(const QSqlError &error)

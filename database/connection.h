@@ -60,6 +60,9 @@ public:
     /// The last statement's error; invalid when it succeeded.
     [[nodiscard]] const QSqlError &lastError() const { return m_error; }
 
+    /// What statements fail with while the connection is not open: the reason why it could not be opened last.
+    [[nodiscard]] QSqlError notOpenError() const;
+
     /// Tells of a statement that ran past this class on the same connection.
     void noteOutcome(const QSqlError &error);
 

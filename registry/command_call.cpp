@@ -14,8 +14,10 @@ CommandCall::CommandCall(const QByteArray &request, int caller, database::Connec
 
 QString CommandCall::callerName()
 {
-    if (!db.ready())
+    if (!db.ready()) {
+        db.noteOutcome(db.notOpenError());
         return {};
+    }
     QSqlError error;
     const QString name = userNameByID(static_cast<unsigned int>(m_caller), db.qtDatabase(), &error);
     db.noteOutcome(error);

@@ -1,5 +1,6 @@
 #include "registry/object_cards.h"
 
+#include "registry/card_rows.h"
 #include "registry/command_call.h"
 #include "registry/object_list.h"
 #include "templates/records.h"
@@ -8,31 +9,21 @@
 
 namespace registry {
 
-using database::Value;
-
 namespace {
 
 constexpr const char *kSelectCard = R"( SELECT * FROM "Objects_property" where "Id_objects" = %0 order by "Id" )";
 constexpr const char *kDeleteCard = R"(DELETE FROM "Objects_property" where "Id_objects" = %0)";
-constexpr const char *kInsertProperty =
-    R"(INSERT INTO "Objects_property" ("Id_objects","Name","Description","Type","Value","Visible") VALUES (?,?,?,?,?,?))";
-constexpr const char *kUpdateValue = R"(UPDATE "Objects_property" SET "Value"=? WHERE "Id_objects"=? AND "Name"=?)";
 constexpr const char *kDeleteProperty =
     R"(DELETE FROM "Objects_property" WHERE "Id_objects" IN (%1) AND "Name" = '%2')";
 
 /// A key and the shortest property: id, two texts, type, value, visibility.
 constexpr int kMinMapEntryBytes = 4 + 4 + 4 + 4 + 4 + 4 + 2;
 
-bool insertProperty(CommandCall &call, qint32 object, const CardsProperty &property)
-{
-    return call.db.query(QLatin1String(kInsertProperty), templates::bind(object, property)).ok();
-}
-
 /// Replaces the property on each object; an object whose insert fails is announced like the others.
 void setOnObjects(CommandCall &call, const QList<qint32> &objects, const CardsProperty &property)
 {
     for (const qint32 object : objects) {
-        insertProperty(call, object, property);
+        insertProperty(call.db, object, property);
         call.announceSavedCard({object});
     }
 }
@@ -58,7 +49,7 @@ void saveObjectCardV2(CommandCall &call)
     // Nothing stops the save: a failed delete or insert leaves the other rows to be written.
     (void)call.db.query(QString::fromLatin1(kDeleteCard).arg(object));
     for (qint32 i = 0; i < *count; ++i)
-        insertProperty(call, object, call.in.read<CardsProperty>());
+        insertProperty(call.db, object, call.in.read<CardsProperty>());
     call.announceSavedCard({object});
     call.logEvent(QStringLiteral("User '%1' save card with id=%2").arg(call.callerName(), QString::number(object)));
 }
@@ -70,8 +61,7 @@ void updateObjectCardField(CommandCall &call)
     if (!properties.isEmpty()) {
         // One field a command: of several the one with the smallest key.
         const CardsProperty &property = properties.first();
-        (void)call.db.query(QLatin1String(kUpdateValue),
-                            {Value::bytes(property.value), Value::integer(object), Value::text(property.name)});
+        updatePropertyValue(call.db, object, property.name, property.value);
         call.announceSavedCard({object});
     }
     call.logEvent(QStringLiteral("User '%1' update card with id=%2").arg(call.callerName(), QString::number(object)));

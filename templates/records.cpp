@@ -43,7 +43,8 @@ QList<Value> bind(qint32 object, const CardsProperty &property)
 
 QString enumText(const QStringList &labels)
 {
-    return labels.join(kEnumSeparator);
+    const QString text = labels.join(kEnumSeparator);
+    return text.isNull() ? QStringLiteral("") : text;
 }
 
 QStringList enumLabels(const QString &text)

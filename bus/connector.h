@@ -25,7 +25,7 @@ class TConnector : public QObject
     Q_OBJECT
 
 public:
-    static constexpr qint64 kWaitingLimit = 64 * 1024 * 1024;
+    static constexpr qint64 kWaitingLimit = 64LL * 1024 * 1024;
 
     explicit TConnector(QObject *parent);
 

@@ -43,7 +43,7 @@ QString connectOptions(const QString &ports, const QString &options)
 
 } // namespace
 
-QSqlError openDataBaseBySettings(QString &connectionName, QSettings &settings, const QString &group, QString)
+QSqlError openDataBaseBySettings(QString &connectionName, QSettings &settings, const QString &group, const QString &)
 {
     const auto text = [&](const char *key, const char *fallback) {
         return settingText(settings, group + QLatin1Char('/') + QLatin1String(key), QLatin1String(fallback));

@@ -16,6 +16,6 @@ class QSettings;
 /// Returns an invalid error on success, else the server's or the client library's reason. The connection stays known
 /// under its name either way, so that it can be opened later.
 [[nodiscard]] QSqlError openDataBaseBySettings(QString &connectionName, QSettings &settings, const QString &group,
-                                               QString title);
+                                               const QString &title);
 
 inline constexpr int kConnectTimeoutSeconds = 3;

@@ -15,7 +15,7 @@ TLog *pLog = nullptr;
 
 namespace {
 
-constexpr std::size_t kRotateBytes = 16u * 1024 * 1024;
+constexpr std::size_t kRotateBytes = 16ULL * 1024 * 1024;
 constexpr std::size_t kKeptFiles = 5;
 constexpr const char *kLinePattern = "%Y-%m-%dT%H:%M:%S.%eZ %v";
 
@@ -48,7 +48,7 @@ QString TLog::getDirPathDefault(const QString &base)
     const QFileInfo systemFolder(QStringLiteral("/var/log/") + base);
     if (systemFolder.isDir() && systemFolder.isWritable())
         return systemFolder.filePath();
-    const QString ownFolder = QDir::homePath() + QStringLiteral("/.local/state/") + base;
+    QString ownFolder = QDir::homePath() + QStringLiteral("/.local/state/") + base;
     QDir().mkpath(ownFolder);
     return ownFolder;
 }

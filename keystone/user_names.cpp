@@ -3,7 +3,7 @@
 #include <QSqlQuery>
 #include <QVariant>
 
-QString userNameByID(unsigned int id, QSqlDatabase db, QSqlError *error)
+QString userNameByID(unsigned int id, const QSqlDatabase &db, QSqlError *error)
 {
     QSqlQuery query(db);
     const bool done = query.exec(QStringLiteral(R"(SELECT "Login" FROM "Connections" WHERE "Id" = %1)").arg(id));

@@ -6,4 +6,4 @@
 
 /// Login of operator account `id`; empty for an unknown account or when the statement fails. `error`, where given, is
 /// set to the statement's outcome.
-[[nodiscard]] QString userNameByID(unsigned int id, QSqlDatabase db, QSqlError *error);
+[[nodiscard]] QString userNameByID(unsigned int id, const QSqlDatabase &db, QSqlError *error);

@@ -91,7 +91,7 @@ QSettings *TServerPlugin::prepareTemplateSettings()
 }
 
 bool TServerPlugin::openDataBaseBySettings(QString &connectionName, QSettings &settings, const QString &group,
-                                           QString title)
+                                           const QString &title)
 {
     const QSqlError error = ::openDataBaseBySettings(connectionName, settings, group, title);
     if (!error.isValid())

@@ -42,7 +42,8 @@ protected:
     QSettings *prepareTemplateSettings();
 
     /// Opens the database; a failure is logged with the server's reason and gives false.
-    bool openDataBaseBySettings(QString &connectionName, QSettings &settings, const QString &group, QString title);
+    bool openDataBaseBySettings(QString &connectionName, QSettings &settings, const QString &group,
+                                const QString &title);
 
 private:
     void loadLogSettings(const QSettings &settings);

@@ -1,0 +1,20 @@
+#include "ctl/event_record.h"
+
+#include "keystone/mob_data.h"
+#include "keystone/stream.h"
+
+namespace ctl {
+
+std::optional<EventRecord> decodeEvent(const QByteArray &data)
+{
+    keystone::ByteReader in(data);
+    MobData head;
+    EventRecord record;
+    in >> head >> record.text >> record.level;
+    if (in.status() != QDataStream::Ok || !in.atEnd())
+        return std::nullopt;
+    record.time = head.time;
+    return record;
+}
+
+} // namespace ctl

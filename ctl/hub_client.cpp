@@ -1,0 +1,110 @@
+#include "ctl/hub_client.h"
+
+#include "ctl/text.h"
+#include "hub/hub_protocol.h"
+
+namespace ctl {
+namespace {
+
+constexpr size_t kKeptNotices = 1000; ///< while an answer is awaited; the oldest goes when one more comes
+
+} // namespace
+
+HubClient::HubClient(qint32 operatorNumber, std::chrono::milliseconds timeout)
+    : m_operatorNumber(operatorNumber)
+    , m_timeout(timeout)
+{}
+
+Outcome HubClient::connectTo(const QString &name)
+{
+    const QString path = hub::socketPath(name);
+    const Outcome failure = m_link.open(path, deadline());
+    if (!failure)
+        return m_link.send(bus::encode(bus::Greeting{"objectsctl"}));
+    if (m_link.isMissing())
+        return Failure{QStringLiteral("no hub at %1: start it with ./run or build/bin/admin_hub").arg(printable(path))};
+    return Failure{QStringLiteral("cannot connect to the hub at %1: %2").arg(printable(path), failure->message)};
+}
+
+Outcome HubClient::send(const QByteArray &command, const QByteArray &data)
+{
+    Outcome failure = m_link.send(bus::encode(bus::Command{command, data, m_operatorNumber}));
+    if (failure && !failure->wrongUsage)
+        failure->message.prepend(QStringLiteral("the hub "));
+    return failure;
+}
+
+Outcome HubClient::flush()
+{
+    Outcome failure = m_link.flush(deadline());
+    if (failure)
+        failure->message.prepend(QStringLiteral("the hub "));
+    return failure;
+}
+
+Result<bus::Action> HubClient::answer(const QByteArray &action)
+{
+    const QDeadlineTimer limit = deadline();
+    while (const auto body = m_link.next(limit)) {
+        bus::Frame frame = bus::decode(*body);
+        auto *arrived = std::get_if<bus::Action>(&frame);
+        if (arrived == nullptr)
+            continue;
+        if (arrived->idConnection == hub::kEveryone)
+            keepNotice(std::move(*arrived));
+        else if (arrived->idConnection != m_operatorNumber)
+            continue;
+        else if (arrived->action == hub::kHubMessage && action != hub::kHubMessage)
+            return hubFailure(arrived->message);
+        else if (action.isEmpty() || arrived->action == action)
+            return std::move(*arrived);
+    }
+    if (m_link.hasEnded())
+        return Failure{QStringLiteral("the hub ") + m_link.endReason(), false, true};
+    return Failure{QStringLiteral("no answer within %1 s").arg(double(m_timeout.count()) / 1000), false, true};
+}
+
+Result<bus::Action> HubClient::ask(const QByteArray &command, const QByteArray &data)
+{
+    if (Outcome failure = send(command, data))
+        return *failure;
+    return answer(command);
+}
+
+Result<bus::Action> HubClient::nextNotice(QDeadlineTimer deadline)
+{
+    if (!m_notices.empty()) {
+        bus::Action notice = std::move(m_notices.front());
+        m_notices.pop_front();
+        return notice;
+    }
+    while (const auto body = m_link.next(deadline)) {
+        bus::Frame frame = bus::decode(*body);
+        if (auto *action = std::get_if<bus::Action>(&frame); action && action->idConnection == hub::kEveryone)
+            return std::move(*action);
+    }
+    if (m_link.hasEnded())
+        return Failure{QStringLiteral("the hub ") + m_link.endReason()};
+    return Failure{QStringLiteral("the time is up before all notices came")};
+}
+
+Failure HubClient::hubFailure(const QByteArray &message)
+{
+    if (message == hub::kNoService) {
+        return {QStringLiteral("the hub has no service connected: start build/bin/objects_server (or ./run); "
+                               "it attaches within about 5 s")};
+    }
+    if (message == hub::kServiceGone)
+        return {QStringLiteral("the service went away before it answered: look into its log and start it again"), false,
+                true};
+    return {QStringLiteral("the hub says: ") + printable(QString::fromUtf8(message))};
+}
+
+void HubClient::keepNotice(bus::Action notice)
+{
+    if (m_notices.size() >= kKeptNotices)
+        m_notices.pop_front();
+    m_notices.push_back(std::move(notice));
+}
+
+} // namespace ctl

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QDir>
+#include <QString>
+
+/// What a program needs to know to talk to the hub, besides the frames themselves.
+namespace hub {
+
+inline constexpr char kDefaultServicesName[] = "objects_admin";
+inline constexpr char kDefaultClientsName[] = "objects_hub";
+
+/// Action of the answers that the hub itself gives, in place of a service: the message is one of the texts below, the
+/// data is empty, the connection is the operator number of the request.
+inline constexpr char kHubMessage[] = "HubMessage";
+inline constexpr char kNoService[] = "no service is connected";
+inline constexpr char kServiceGone[] = "the service went away";
+
+/// Connection number of an action frame that is meant for all clients.
+inline constexpr qint32 kEveryone = -1;
+
+/// Path of the local socket `name`: absolute names stay, others lie in the system's temporary folder.
+[[nodiscard]] inline QString socketPath(const QString &name)
+{
+    return name.startsWith(u'/') ? name : QDir::cleanPath(QDir::tempPath()) + u'/' + name;
+}
+
+} // namespace hub

@@ -22,15 +22,14 @@ QSqlError statementError(const QString &text, const QString &code = {})
 }
 
 /// "?" in order to "$1", "$2", ...
-QByteArray numberedPlaceholders(const QString &text)
+QString numberedPlaceholders(const QString &text)
 {
-    const QByteArray utf8 = text.toUtf8();
-    QByteArray result;
-    result.reserve(utf8.size() + 16);
+    QString result;
+    result.reserve(text.size() + 16);
     int number = 0;
-    for (const char character : utf8) {
-        if (character == '?')
-            result += '$' + QByteArray::number(++number);
+    for (const QChar character : text) {
+        if (character == QLatin1Char('?'))
+            result += QLatin1Char('$') + QString::number(++number);
         else
             result += character;
     }
@@ -60,8 +59,9 @@ bool Connection::isAlive() const
     const PGconn *connection = native();
     if (!connection || PQstatus(connection) != CONNECTION_OK)
         return false;
-    // A server that has gone has closed its end, which libpq learns only from a statement that fails.
-    pollfd socket{PQsocket(connection), POLLRDHUP, 0};
+    // A server that has gone has closed its end, or is about to and has said so: libpq learns it only from a statement
+    // that fails. Between commands it has nothing else to say.
+    pollfd socket{PQsocket(connection), POLLIN | POLLRDHUP, 0};
     return poll(&socket, 1, 0) == 0;
 }
 
@@ -99,6 +99,13 @@ bool Connection::open()
 
 Result Connection::query(const QString &text, const QList<Value> &values)
 {
+    return numberedQuery(values.isEmpty() ? text : numberedPlaceholders(text), values);
+}
+
+Result Connection::numberedQuery(const QString &text, const QList<Value> &values)
+{
+    if (text.contains(QChar(0)))
+        return fail(impossibleText());
     if (!ready())
         return fail(notOpenError());
     QVarLengthArray<const char *, 16> data;
@@ -111,10 +118,9 @@ Result Connection::query(const QString &text, const QList<Value> &values)
         sizes.append(value.size());
         formats.append(value.isBinary() ? 1 : 0);
     }
-    const QByteArray numbered = numberedPlaceholders(text);
     constexpr int kBinaryResult = 1;
-    return take(PQexecParams(native(), numbered.constData(), static_cast<int>(values.size()), nullptr, data.constData(),
-                             sizes.constData(), formats.constData(), kBinaryResult));
+    return take(PQexecParams(native(), text.toUtf8().constData(), static_cast<int>(values.size()), nullptr,
+                             data.constData(), sizes.constData(), formats.constData(), kBinaryResult));
 }
 
 Result Connection::script(const QString &text)
@@ -132,6 +138,21 @@ Result Connection::script(const QString &text)
     open();
     return fail(
         statementError(reason.isEmpty() ? QStringLiteral("the text left a transaction or a COPY open") : reason));
+}
+
+Result Connection::foreignScript(const QString &text)
+{
+    Result result = script(text);
+    if (!qtDatabase().isOpen() || PQstatus(native()) != CONNECTION_OK)
+        return result;
+    PGresult *reset = PQexec(native(), "DISCARD ALL");
+    const bool clean = PQresultStatus(reset) == PGRES_COMMAND_OK;
+    PQclear(reset);
+    if (!clean) {
+        qtDatabase().close();
+        open();
+    }
+    return result;
 }
 
 Result Connection::take(PGresult *taken)

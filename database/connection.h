@@ -49,13 +49,21 @@ public:
     /// s.
     bool ready();
 
-    /// Runs one statement whose placeholders "?" take `values` in order. No "?" may stand anywhere else in `text`.
+    /// Runs one statement whose placeholders "?" take `values` in order. No "?" may stand anywhere else in a `text`
+    /// that has values.
     [[nodiscard]] Result query(const QString &text, const QList<Value> &values = {});
+
+    /// The same for a text that may hold a client's words, with the placeholders "$1", "$2", ...
+    [[nodiscard]] Result numberedQuery(const QString &text, const QList<Value> &values);
 
     /// Runs a text of one or several statements, which may hold a client's words, as one implicit transaction and gives
     /// the last result. It has failed if any statement did. A text that leaves the session in the middle of something
     /// (a transaction, a COPY) has failed too, and costs the connection.
     [[nodiscard]] Result script(const QString &text);
+
+    /// A script that is a client's own: whatever it has changed of the session (settings, role, locks, temporary
+    /// tables) is undone behind it.
+    [[nodiscard]] Result foreignScript(const QString &text);
 
     /// The last statement's error; invalid when it succeeded.
     [[nodiscard]] const QSqlError &lastError() const { return m_error; }

@@ -2,12 +2,29 @@
 
 #include <QtEndian>
 
+#include <cmath>
+#include <limits>
+
 namespace database {
 
 namespace {
 
 constexpr Oid kBooleanType = 16;
 constexpr char16_t kLastLatin1 = 255;
+constexpr int kTextFormat = 0;
+
+/// Scripts give their results as text, of whatever type a client has asked for.
+qint32 numberFromText(const char *text)
+{
+    if (qstrcmp(text, "t") == 0)
+        return 1;
+    bool isInteger = false;
+    const int number = QByteArrayView(text).toInt(&isInteger);
+    if (isInteger)
+        return number;
+    const double fraction = QByteArrayView(text).toDouble();
+    return std::abs(fraction) <= std::numeric_limits<qint32>::max() ? qRound(fraction) : 0;
+}
 
 } // namespace
 
@@ -20,12 +37,14 @@ int Result::rowCount() const
     return m_result ? PQntuples(m_result.get()) : 0;
 }
 
+int Result::columnCount() const
+{
+    return m_result ? PQnfields(m_result.get()) : 0;
+}
+
 int Result::column(const char *name) const
 {
-    if (!m_result)
-        return -1;
-    const int columns = PQnfields(m_result.get());
-    for (int column = 0; column < columns; ++column) {
+    for (int column = 0; column < columnCount(); ++column) {
         if (qstrcmp(PQfname(m_result.get(), column), name) == 0)
             return column;
     }
@@ -42,6 +61,8 @@ qint32 Result::integer(int row, int column) const
     if (isNull(row, column))
         return 0;
     const char *value = PQgetvalue(m_result.get(), row, column);
+    if (PQfformat(m_result.get(), column) == kTextFormat)
+        return numberFromText(value);
     switch (PQgetlength(m_result.get(), row, column)) {
     case 1:
         return *value;
@@ -56,6 +77,27 @@ qint32 Result::integer(int row, int column) const
     }
 }
 
+QList<qint32> Result::integers(int row, int column) const
+{
+    // number of dimensions, null flag, element type, then size and lower bound of the one dimension there is
+    constexpr int kHeadBytes = 5 * sizeof(qint32);
+    constexpr int kSizeAt = 3 * sizeof(qint32);
+    QList<qint32> numbers;
+    const int length = isNull(row, column) ? 0 : PQgetlength(m_result.get(), row, column);
+    if (length < kHeadBytes)
+        return numbers;
+    const char *value = PQgetvalue(m_result.get(), row, column);
+    const char *const end = value + length;
+    numbers.reserve(qFromBigEndian<qint32>(value + kSizeAt));
+    for (value += kHeadBytes; value < end;) {
+        const bool null = qFromBigEndian<qint32>(value) < 0;
+        value += sizeof(qint32);
+        numbers.append(null ? 0 : qFromBigEndian<qint32>(value));
+        value += null ? 0 : sizeof(qint32);
+    }
+    return numbers;
+}
+
 QString Result::text(int row, int column) const
 {
     if (isNull(row, column))
@@ -64,6 +106,13 @@ QString Result::text(int row, int column) const
 }
 
 QByteArray Result::bytes(int row, int column) const
+{
+    if (isNull(row, column))
+        return {};
+    return view(row, column).toByteArray();
+}
+
+QByteArrayView Result::view(int row, int column) const
 {
     if (isNull(row, column))
         return {};

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QByteArray>
+#include <QByteArrayView>
+#include <QList>
 #include <QString>
 
 #include <libpq-fe.h>
@@ -20,19 +22,30 @@ public:
     [[nodiscard]] bool ok() const { return m_result != nullptr; }
     [[nodiscard]] int rowCount() const;
 
+    /// The number of rows, -1 for a statement that failed.
+    [[nodiscard]] qint32 size() const { return ok() ? rowCount() : -1; }
+
+    [[nodiscard]] int columnCount() const;
+
     /// -1 where no column has this name.
     [[nodiscard]] int column(const char *name) const;
 
     [[nodiscard]] bool isNull(int row, int column) const;
 
-    /// 0 for NULL.
+    /// 0 for NULL and for what is no number.
     [[nodiscard]] qint32 integer(int row, int column) const;
+
+    /// An array of integers; empty for NULL. A NULL element is 0.
+    [[nodiscard]] QList<qint32> integers(int row, int column) const;
 
     /// Null for NULL, which an empty text is not.
     [[nodiscard]] QString text(int row, int column) const;
 
     /// Null for NULL, which an empty value is not.
     [[nodiscard]] QByteArray bytes(int row, int column) const;
+
+    /// The same without a copy, as long as the result lives.
+    [[nodiscard]] QByteArrayView view(int row, int column) const;
 
     /// Latin-1 code of the first character of a one-character column, 't' or 'f' for a boolean one; 0 for NULL, an
     /// empty text and characters beyond Latin-1.

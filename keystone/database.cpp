@@ -34,6 +34,8 @@ QString connectOptions(const QString &ports, const QString &options)
     QStringList all;
     if (ports.contains(QLatin1Char(',')))
         all.append(QStringLiteral("port='%1'").arg(ports));
+    // The driver asks for this by a statement of its own, which a reset of the session would undo.
+    all.append(QStringLiteral("client_encoding=UTF8"));
     if (!setsOption(options, QStringLiteral("connect_timeout")))
         all.append(QStringLiteral("connect_timeout=%1").arg(kConnectTimeoutSeconds));
     if (!options.isEmpty())

@@ -1,6 +1,6 @@
 #include "registry/card_rows.h"
 
-#include "templates/records.h"
+#include "records/record_rows.h"
 
 namespace registry {
 
@@ -16,7 +16,7 @@ constexpr const char *kUpdateValue = R"(UPDATE "Objects_property" SET "Value"=? 
 
 bool insertProperty(database::Connection &db, qint32 object, const CardsProperty &property)
 {
-    return db.query(QLatin1String(kInsertProperty), templates::bind(object, property)).ok();
+    return db.query(QLatin1String(kInsertProperty), records::bind(object, property)).ok();
 }
 
 bool updatePropertyValue(database::Connection &db, qint32 object, const QString &name, const QByteArray &value)

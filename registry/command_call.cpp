@@ -4,6 +4,14 @@
 
 namespace registry {
 
+QByteArray numberBlock(qint32 number)
+{
+    QByteArray block;
+    keystone::ByteWriter stream(&block);
+    stream << number;
+    return block;
+}
+
 CommandCall::CommandCall(const QByteArray &request, int caller, database::Connection &database, Announcer &outside)
     : in(request)
     , out(&reply)
@@ -14,23 +22,41 @@ CommandCall::CommandCall(const QByteArray &request, int caller, database::Connec
 
 QString CommandCall::callerName()
 {
+    return operatorName(static_cast<unsigned int>(m_caller));
+}
+
+QString CommandCall::operatorName(unsigned int id)
+{
     if (!db.ready()) {
         db.noteOutcome(db.notOpenError());
         return {};
     }
     QSqlError error;
-    const QString name = userNameByID(static_cast<unsigned int>(m_caller), db.qtDatabase(), &error);
+    QString name = userNameByID(id, db.qtDatabase(), &error);
     db.noteOutcome(error);
     return name;
 }
 
-void CommandCall::announceSavedCard(const QList<qint32> &objects)
+void CommandCall::announce(const QByteArray &message, const QByteArray &data)
 {
-    QByteArray data;
-    keystone::ByteWriter stream(&data);
-    for (const qint32 object : objects)
-        stream << object;
-    announcer.sendAction("ServerMessage", "SavedCard", data, Qt::red, kAllClients);
+    announcer.sendAction("ServerMessage", message, data, Qt::red, kAllClients);
+}
+
+void CommandCall::announceSavedCard(qint32 object)
+{
+    announce("SavedCard", numberBlock(object));
+}
+
+void CommandCall::announceAfterReply(const QByteArray &message, const QByteArray &data)
+{
+    m_lateNotices.append({message, data});
+}
+
+void CommandCall::sendLateNotices()
+{
+    for (const Notice &notice : std::as_const(m_lateNotices))
+        announce(notice.message, notice.data);
+    m_lateNotices.clear();
 }
 
 void CommandCall::logEvent(const QString &line)

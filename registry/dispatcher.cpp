@@ -55,8 +55,9 @@ void Dispatcher::run(const CommandRow &row, const QByteArray &request, int calle
     if (!refusal.isEmpty())
         logMessage(
             QStringLiteral("%1 of %2 refused: %3").arg(QLatin1String(row.name), QString::number(caller), refusal));
-    else if (row.reply == Reply::Sent)
+    else if (row.reply == Reply::Sent && call.isReplying())
         m_announcer.sendAction(row.name, row.name, call.reply, Qt::blue, caller);
+    call.sendLateNotices();
     if (logHasLevel(kLogCommands)) {
         logMessage(QStringLiteral("%1 of %2: %3 us, %4 bytes in, %5 out")
                        .arg(QLatin1String(row.name), QString::number(caller),

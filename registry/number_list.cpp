@@ -1,14 +1,14 @@
-#include "registry/object_list.h"
+#include "registry/number_list.h"
 
 namespace registry {
 
-QString objectListText(const QList<qint32> &objects)
+QString numberListText(const QList<qint32> &numbers)
 {
     QString text;
-    for (const qint32 object : objects) {
+    for (const qint32 number : numbers) {
         if (!text.isEmpty())
             text += QLatin1Char(',');
-        text += QString::number(object);
+        text += QString::number(number);
     }
     return text;
 }

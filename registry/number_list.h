@@ -5,7 +5,7 @@
 
 namespace registry {
 
-/// Object numbers as they stand in an SQL list and in event-log lines: "12,15,40".
-[[nodiscard]] QString objectListText(const QList<qint32> &objects);
+/// Numbers as they stand in an SQL list and in event-log lines: "12,15,40".
+[[nodiscard]] QString numberListText(const QList<qint32> &numbers);
 
 } // namespace registry

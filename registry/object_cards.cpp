@@ -1,9 +1,10 @@
 #include "registry/object_cards.h"
 
+#include "records/record_rows.h"
 #include "registry/card_rows.h"
 #include "registry/command_call.h"
-#include "registry/object_list.h"
-#include "templates/records.h"
+#include "registry/number_list.h"
+#include "registry/spliced_text.h"
 
 #include <QMap>
 
@@ -24,7 +25,7 @@ void setOnObjects(CommandCall &call, const QList<qint32> &objects, const CardsPr
 {
     for (const qint32 object : objects) {
         insertProperty(call.db, object, property);
-        call.announceSavedCard({object});
+        call.announceSavedCard(object);
     }
 }
 
@@ -34,7 +35,7 @@ void getObjectCardV2(CommandCall &call)
 {
     const auto object = call.in.read<qint32>();
     const auto rows = call.db.query(QString::fromLatin1(kSelectCard).arg(object));
-    const QList<CardsProperty> card = templates::cardFromRows(rows);
+    const QList<CardsProperty> card = records::cardFromRows(rows);
     call.out << object << static_cast<qint32>(card.size());
     for (const CardsProperty &property : card)
         call.out << property;
@@ -50,7 +51,7 @@ void saveObjectCardV2(CommandCall &call)
     (void)call.db.query(QString::fromLatin1(kDeleteCard).arg(object));
     for (qint32 i = 0; i < *count; ++i)
         insertProperty(call.db, object, call.in.read<CardsProperty>());
-    call.announceSavedCard({object});
+    call.announceSavedCard(object);
     call.logEvent(QStringLiteral("User '%1' save card with id=%2").arg(call.callerName(), QString::number(object)));
 }
 
@@ -62,7 +63,7 @@ void updateObjectCardField(CommandCall &call)
         // One field a command: of several the one with the smallest key.
         const CardsProperty &property = properties.first();
         updatePropertyValue(call.db, object, property.name, property.value);
-        call.announceSavedCard({object});
+        call.announceSavedCard(object);
     }
     call.logEvent(QStringLiteral("User '%1' update card with id=%2").arg(call.callerName(), QString::number(object)));
 }
@@ -77,10 +78,11 @@ void fixPropertyMultiObjsV2(CommandCall &call)
     else
         property.name = call.in.read<QString>();
 
-    const QString list = objectListText(objects);
+    const QString list = numberListText(objects);
     if (!objects.isEmpty()) {
         // The name is pasted as it is: a quote in it breaks the statement, and then nothing is inserted.
-        const bool deleted = call.db.script(QString::fromLatin1(kDeleteProperty).arg(list, property.name)).ok();
+        const bool deleted =
+            runSpliced(call.db, QString::fromLatin1(kDeleteProperty).arg(list, property.name), property.name).ok();
         if (deleted && set)
             setOnObjects(call, objects, property);
     }

@@ -7,12 +7,24 @@ namespace registry {
 std::optional<qint32> RequestReader::recordCount()
 {
     const auto count = read<qint32>();
-    const qint64 left = m_in.device()->bytesAvailable();
-    if (count > left + kOwedRecords) {
-        m_refusal = QStringLiteral("%1 records promised, %2 bytes left").arg(count).arg(left);
+    if (!mayHold(count))
         return std::nullopt;
-    }
     return std::max(count, 0);
+}
+
+bool RequestReader::mayHold(qint32 count)
+{
+    const qint64 left = m_in.device()->bytesAvailable();
+    if (count <= left + kOwedRecords)
+        return true;
+    m_refusal = QStringLiteral("%1 records promised, %2 bytes left").arg(count).arg(left);
+    return false;
+}
+
+void RequestReader::goTo(qint64 position)
+{
+    m_in.device()->seek(position);
+    m_in.resetStatus();
 }
 
 } // namespace registry

@@ -44,6 +44,19 @@ public:
     /// must then end before it has changed anything, and refusal() says why.
     [[nodiscard]] std::optional<qint32> recordCount();
 
+    /// The same check for a count that was read as a field of a record.
+    [[nodiscard]] bool mayHold(qint32 count);
+
+    /// True once every byte has been read; what follows is zero and empty.
+    [[nodiscard]] bool atEnd() const { return m_in.atEnd(); }
+
+    /// Where reading stands, for going back to it.
+    [[nodiscard]] qint64 position() const { return m_in.device()->pos(); }
+    void goTo(qint64 position);
+
+    /// Refuses the request; the command must end before it has changed anything.
+    void refuse(const QString &reason) { m_refusal = reason; }
+
     /// Why the request was refused; empty where it was not.
     [[nodiscard]] QString refusal() const { return m_refusal; }
 

@@ -1,18 +1,22 @@
 #include "server/kernel_objects_server.h"
 
+#include "access/access_commands.h"
 #include "bus/connector.h"
 #include "keystone/log.h"
 #include "keystone/settings_files.h"
 #include "registry/registry_commands.h"
 #include "server/event_log.h"
 #include "server/schema_upgrade.h"
+#include "templates/template_commands.h"
 
 #include <QDateTime>
 #include <QSettings>
 
 TKernelObjectsServer::TKernelObjectsServer(QObject *parent)
     : TServerPlugin(parent)
-    , m_dispatcher({registry::registryCommands()}, m_database, *this)
+    , m_dispatcher({operators::operatorCommands(), registry::registryCommands(), operators::accessCommands(),
+                    templates::templateCommands()},
+                   m_database, *this)
 {
     connect(connector(), &TConnector::NewCommand, this, &TKernelObjectsServer::AdminCommand);
     m_database.onOpened([this] {

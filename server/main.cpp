@@ -39,8 +39,8 @@ int main(int argc, char *argv[])
     Q_UNUSED(translated)
     QCoreApplication::installTranslator(&translator);
 
-    // Lives until the process ends: links and log lines may still come while the application is torn down.
-    auto *service = new TKernelObjectsServer(nullptr);
+    // Never deleted: links and log lines may still come while the application is torn down.
+    static auto *const service = new TKernelObjectsServer(nullptr);
     loadSettings(*service, argc, argv);
     logMessage(QStringLiteral("Start Ok!"));
     return QCoreApplication::exec();

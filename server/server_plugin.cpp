@@ -49,8 +49,8 @@ void TServerPlugin::loadLogSettings(const QSettings &settings)
     QString logPath = settingText(settings, QStringLiteral("Base/LogName"), QString());
     if (logPath.isEmpty())
         logPath = TLog::getDirPathDefault(QFileInfo(QCoreApplication::applicationFilePath()).baseName());
-    // An earlier log stays alive: whoever holds it may still write.
     pLog = new TLog(logPath);
+    m_logs.append(pLog);
     const int level = settings.value(QStringLiteral("Base/Log"), QStringLiteral("0")).toInt();
     pLog->setLevel(level);
     pLog->Enabled(level != 0);

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QColor>
+#include <QList>
 #include <QObject>
 #include <QString>
 
@@ -9,6 +10,7 @@
 
 class QSettings;
 class TConnector;
+class TLog;
 
 /// What every module on the bus of an installation needs: its links, its settings, its local log.
 class TServerPlugin : public QObject
@@ -50,5 +52,6 @@ private:
     void loadBusNames(const QSettings &settings);
 
     TConnector *m_connector;
+    QList<TLog *> m_logs; ///< one per load; none is ever deleted, since whoever holds an earlier one may still write
     std::unique_ptr<QSettings> m_templateSettings;
 };

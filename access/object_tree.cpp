@@ -1,0 +1,104 @@
+#include "access/object_tree.h"
+
+#include "access/working_adm_commands.h"
+#include "registry/command_call.h"
+
+#include <QColor>
+#include <QImage>
+
+using registry::CommandCall;
+
+namespace {
+
+constexpr const char *kSelectAllObjects =
+    R"(SELECT obj_prop."Id_objects", obj_prop."Value" AS "Name", obj_prop1."Value" AS "pic", obj_prop2."Value" AS "font_color", obj_prop3."Value" AS "background_color" FROM "Objects_property" obj_prop LEFT OUTER JOIN (SELECT "Id_objects", "Value" FROM "Objects_property" WHERE "Name" LIKE 'pic') AS obj_prop1 ON obj_prop1."Id_objects" = obj_prop."Id_objects" LEFT OUTER JOIN (SELECT "Id_objects", "Value" FROM "Objects_property" WHERE "Name" LIKE 'font_color') AS obj_prop2 ON obj_prop2."Id_objects" = obj_prop."Id_objects" LEFT OUTER JOIN (SELECT "Id_objects", "Value" FROM "Objects_property" WHERE "Name" LIKE 'background_color') AS obj_prop3 ON obj_prop3."Id_objects" = obj_prop."Id_objects" WHERE obj_prop."Name" LIKE 'name' ORDER BY "Id_objects";)";
+constexpr const char *kSelectWatchedObjects =
+    R"(SELECT obj_prop."Id_objects", obj_prop."Value" AS "Name", obj_prop1."Value" AS "pic", obj_prop2."Value" AS "font_color", obj_prop3."Value" AS "background_color" FROM "Objects_property" obj_prop LEFT OUTER JOIN (SELECT "Id_objects", "Value" FROM "Objects_property" WHERE "Name" LIKE 'pic') AS obj_prop1 ON obj_prop1."Id_objects" = obj_prop."Id_objects" LEFT OUTER JOIN (SELECT "Id_objects", "Value" FROM "Objects_property" WHERE "Name" LIKE 'font_color') AS obj_prop2 ON obj_prop2."Id_objects" = obj_prop."Id_objects" LEFT OUTER JOIN (SELECT "Id_objects", "Value" FROM "Objects_property" WHERE "Name" LIKE 'background_color') AS obj_prop3 ON obj_prop3."Id_objects" = obj_prop."Id_objects" , "Person_Setup" perm WHERE obj_prop."Id_objects" = perm."Id_object" AND perm."Id_PersProp" = %1 AND perm."Id_connect" = %0 AND perm."Type" = %2 AND obj_prop."Name" LIKE 'name' ORDER BY "Id_objects";)";
+constexpr const char *kSelectGroups = R"(SELECT "Id", "Name" FROM "Groups" order by "Name")";
+constexpr const char *kSelectNesting =
+    R"(SELECT g."Id_owner_group", g."Id_qroup" FROM "Groups_groups" as g, "Groups" as gg where gg."Id" = g."Id_qroup" order by "Name")";
+constexpr const char *kSelectMembership =
+    R"(SELECT o."Id_group", o."Id_object" FROM "Groups_objects" as o, "Objects_property" as p where o."Id_object" = p."Id_objects" and p."Name" = 'name' order by convert_from(p."Value", 'utf8'))";
+
+constexpr int kAllObjects = -1;
+constexpr int kRightToWatch = 201;
+constexpr int kObjectSection = 1;
+
+/// Pictures and colours are stored as clients stream them and go out as they are; `absent` stands for one that is not
+/// there.
+template <typename Absent>
+void writePacked(QDataStream &out, const database::Result &rows, int row, int column, const Absent &absent)
+{
+    if (rows.isNull(row, column)) {
+        out << absent;
+        return;
+    }
+    const QByteArrayView stored = rows.view(row, column);
+    out.writeRawData(stored.data(), static_cast<int>(stored.size()));
+}
+
+void writeObjects(const QString &select, database::Connection &db, QDataStream &out)
+{
+    const auto rows = db.query(select);
+    out << rows.size();
+    for (int row = 0; row < rows.rowCount(); ++row) {
+        out << rows.integer(row, 0) << rows.bytes(row, 1);
+        writePacked(out, rows, row, 2, QImage());
+        writePacked(out, rows, row, 3, QColor());
+        writePacked(out, rows, row, 4, QColor());
+    }
+}
+
+void writeGroups(database::Connection &db, QDataStream &out)
+{
+    const auto rows = db.query(QLatin1String(kSelectGroups));
+    out << rows.size();
+    for (int row = 0; row < rows.rowCount(); ++row)
+        out << rows.integer(row, 0) << rows.bytes(row, 1);
+}
+
+void writeNesting(database::Connection &db, QDataStream &out)
+{
+    const auto rows = db.query(QLatin1String(kSelectNesting));
+    out << rows.size();
+    // The inner group first, unlike in the statement.
+    for (int row = 0; row < rows.rowCount(); ++row)
+        out << rows.integer(row, 1) << rows.integer(row, 0);
+}
+
+void writeMembership(database::Connection &db, QDataStream &out)
+{
+    const auto rows = db.query(QLatin1String(kSelectMembership));
+    out << rows.size();
+    for (int row = 0; row < rows.rowCount(); ++row)
+        out << rows.integer(row, 0) << rows.integer(row, 1);
+}
+
+} // namespace
+
+void WorkingAdmCommands::GetObjectTree(int idConnect, database::Connection &db, QDataStream &out)
+{
+    const QString select = idConnect < 1 ? QString::fromLatin1(kSelectAllObjects)
+                                         : QString::fromLatin1(kSelectWatchedObjects)
+                                               .arg(QString::number(idConnect), QString::number(kRightToWatch),
+                                                    QString::number(kObjectSection));
+    writeObjects(select, db, out);
+    // Rights filter the objects only: the rest of the tree goes out whole.
+    writeGroups(db, out);
+    writeNesting(db, out);
+    writeMembership(db, out);
+}
+
+namespace operators {
+
+void getObjectsTree(CommandCall &call)
+{
+    WorkingAdmCommands::GetObjectTree(call.caller(), call.db, call.out);
+}
+
+void getFullObjectsTree(CommandCall &call)
+{
+    WorkingAdmCommands::GetObjectTree(kAllObjects, call.db, call.out);
+}
+
+} // namespace operators

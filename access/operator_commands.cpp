@@ -1,0 +1,93 @@
+#include "access/operator_commands.h"
+
+#include "registry/command_call.h"
+
+namespace operators {
+
+using database::Value;
+using registry::CommandCall;
+
+namespace {
+
+constexpr const char *kSelectAccounts = R"(SELECT * FROM "Connections" ORDER BY "Login")";
+constexpr const char *kSelectNames =
+    R"( SELECT obj_prop."Id_objects", obj_prop."Name",  obj_prop."Value",  obj_prop."Type"   FROM "Objects_property" obj_prop  where obj_prop."Name" = 'name'   order by "Id_objects" desc)";
+constexpr const char *kSelectAllowed =
+    R"(SELECT cmd."Name", cmd."Operation", cmd."Description", cmd."ExecBy", cmd."Id", p."NumParams" FROM "Person_Setup" perm , "Commands" cmd LEFT JOIN (select "Id_command", count(*) AS "NumParams" from "Params" group by "Id_command") p ON p."Id_command" = cmd."Id" where cmd."Id_object" = %0 and perm."Id_object" = cmd."Id_object" and perm."Id_connect" = %1 and perm."Id_PersProp" = %2 and cmd."Operation" = %3 ORDER BY cmd."Operation" )";
+constexpr const char *kSelectParams =
+    R"(SELECT "Name", "Description", "Value", "Type" FROM "Params" WHERE "Id_command" = %0  ORDER BY "Id")";
+constexpr const char *kUpdateParam = R"(UPDATE "Params" SET "Value" = ? WHERE "Id_command" = ? AND "Name" = ? )";
+
+/// The right to commands of operation kind k is personal property 200 + k.
+constexpr qint64 kFirstRight = 200;
+
+} // namespace
+
+void getUserList(CommandCall &call)
+{
+    const auto rows = call.db.query(QLatin1String(kSelectAccounts));
+    const int id = rows.column("Id");
+    const int login = rows.column("Login");
+    const int password = rows.column("Password");
+    const int description = rows.column("Description");
+    const int admin = rows.column("Admin");
+    const int email = rows.column("Email");
+    const int phone = rows.column("Phone");
+    call.out << rows.rowCount();
+    for (int row = 0; row < rows.rowCount(); ++row) {
+        call.out << rows.integer(row, id) << rows.text(row, login) << rows.text(row, password)
+                 << rows.text(row, description) << (rows.integer(row, admin) != 0) << rows.text(row, email)
+                 << rows.text(row, phone);
+    }
+}
+
+void getObjects(CommandCall &call)
+{
+    const auto rows = call.db.query(QString::fromLatin1(kSelectNames));
+    const int object = rows.column("Id_objects");
+    const int name = rows.column("Value");
+    call.out << rows.rowCount();
+    for (int row = 0; row < rows.rowCount(); ++row)
+        call.out << rows.integer(row, object) << rows.bytes(row, name);
+}
+
+void getObjectCommand(CommandCall &call)
+{
+    const auto object = call.in.read<qint32>();
+    const auto kind = call.in.read<qint32>();
+    const auto rows = call.db.query(QString::fromLatin1(kSelectAllowed)
+                                        .arg(QString::number(object), QString::number(call.caller()),
+                                             QString::number(kFirstRight + kind), QString::number(kind)));
+    call.out << object << rows.rowCount();
+    for (int row = 0; row < rows.rowCount(); ++row) {
+        call.out << rows.bytes(row, rows.column("Name")) << rows.integer(row, rows.column("Operation"))
+                 << rows.text(row, rows.column("Description")) << rows.bytes(row, rows.column("ExecBy"))
+                 << rows.integer(row, rows.column("NumParams")) << rows.integer(row, rows.column("Id"));
+    }
+    call.out << kind;
+}
+
+void getCommandParams(CommandCall &call)
+{
+    const auto rows = call.db.query(QString::fromLatin1(kSelectParams).arg(call.in.read<qint32>()));
+    call.out << rows.rowCount();
+    for (int row = 0; row < rows.rowCount(); ++row)
+        call.out << rows.bytes(row, 0) << rows.text(row, 1) << rows.integer(row, 3) << rows.bytes(row, 2);
+}
+
+void saveParams(CommandCall &call)
+{
+    (void)call.in.read<qint32>(); // means nothing: the next number of the same kind took its place
+    const auto command = call.in.read<qint32>();
+    const auto count = call.in.recordCount();
+    if (!count)
+        return;
+    for (qint32 i = 0; i < *count; ++i) {
+        const auto name = call.in.read<QByteArray>();
+        const auto value = call.in.read<QByteArray>();
+        (void)call.db.query(QLatin1String(kUpdateParam),
+                            {Value::bytes(value), Value::integer(command), Value::text(QString::fromUtf8(name))});
+    }
+}
+
+} // namespace operators

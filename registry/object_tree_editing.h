@@ -1,0 +1,9 @@
+#pragma once
+
+namespace registry {
+
+class CommandCall;
+
+void saveObjectsTree(CommandCall &call);
+
+} // namespace registry

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "database/connection.h"
+#include "keystone/records.h"
+
+#include <functional>
+
+namespace registry {
+class CommandCall;
+}
+
+namespace templates {
+
+/// Given the template's number without its sign, then the number of records (-1 when they could not be read).
+using NumberSink = std::function<void(qint32)>;
+
+void getTemplateCardV2(registry::CommandCall &call);
+void saveTemplateCardV2(registry::CommandCall &call);
+
+/// Walks a template's card in its order, without the properties that belong to an object alone: name, subdivision,
+/// modem. `emitNumber` may be empty. What `emitProperty` does stops nothing.
+void readCard(database::Connection &db, qint32 number, const NumberSink &emitNumber,
+              const std::function<void(const CardsProperty &)> &emitProperty);
+
+/// Adds a property to an own template. False when the insert failed.
+bool insertTemplateProperty(database::Connection &db, qint32 number, const CardsProperty &property);
+
+} // namespace templates

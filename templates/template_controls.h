@@ -1,0 +1,25 @@
+#pragma once
+
+#include "templates/template_card.h"
+
+#include <optional>
+
+namespace templates {
+
+void getTemplateControlsV2(registry::CommandCall &call);
+void saveTemplateControlsV2(registry::CommandCall &call);
+
+/// Walks a template's commands in their order, each followed by its parameters. `emitNumber` may be empty. What the
+/// others do stops nothing. Nothing at all is emitted when the commands cannot be counted.
+void readControls(database::Connection &db, qint32 number, const NumberSink &emitNumber,
+                  const std::function<void(const CmdDesc &)> &emitCommand,
+                  const std::function<void(const ParamDesc &)> &emitParameter);
+
+/// Adds a command to an own template and gives its row key; nothing when the insert failed.
+[[nodiscard]] std::optional<qint32> insertTemplateCommand(database::Connection &db, qint32 number,
+                                                          const CmdDesc &command);
+
+/// Adds a parameter to the template command with row key `command`. False when the insert failed.
+bool insertTemplateParameter(database::Connection &db, qint32 command, const ParamDesc &parameter);
+
+} // namespace templates

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "templates/template_card.h"
+
+namespace templates {
+
+void getTemplateSensorsV2(registry::CommandCall &call);
+void saveTemplateSensorsV2(registry::CommandCall &call);
+
+/// Walks a template's sensors in their order. `emitNumber` may be empty. What `emitSensor` does stops nothing.
+void readSensors(database::Connection &db, qint32 number, const NumberSink &emitNumber,
+                 const std::function<void(const SensorInfoX &)> &emitSensor);
+
+/// Adds a sensor to an own template. False when the insert failed.
+bool insertTemplateSensor(database::Connection &db, qint32 number, const SensorInfoX &sensor);
+
+} // namespace templates

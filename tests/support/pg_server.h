@@ -1,0 +1,81 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+#include <memory>
+
+namespace support {
+
+class TestDatabase;
+
+/// A throw-away PostgreSQL cluster. The role "objects" (may log in and create databases, password rolePassword())
+/// owns a template database that holds the schema of a fresh installation.
+class PgServer
+{
+public:
+    /// The cluster of this test run; a test run by hand, outside of ctest, gets one that ends with the process.
+    [[nodiscard]] static PgServer &shared();
+    /// A cluster of the caller's own, running, for tests that stop and kill it.
+    [[nodiscard]] static std::unique_ptr<PgServer> own();
+    /// Makes the cluster of a test run and notes its place in `file`; an older one noted there goes first.
+    static void beginRun(const QString &file);
+    static void endRun(const QString &file);
+
+    ~PgServer();
+    Q_DISABLE_COPY_MOVE(PgServer)
+
+    /// The value of DbHost for the Unix socket, where nobody is asked for a password.
+    [[nodiscard]] QString socketFolder() const { return m_folder + "/socket"; }
+    /// The port, both of the Unix socket and on 127.0.0.1, where passwords are asked for.
+    [[nodiscard]] int port() const { return m_port; }
+    [[nodiscard]] static QByteArray rolePassword() { return "p;w"; }
+
+    /// A new database of the role "objects" holding the empty schema.
+    [[nodiscard]] std::unique_ptr<TestDatabase> cloneDatabase();
+    /// Runs one statement as superuser in the database "postgres".
+    void administer(const QString &statement);
+
+    void start();
+    /// `mode`: "fast" or "immediate" (which is a crash to the database's clients and files).
+    void stop(const QString &mode = QStringLiteral("fast"));
+
+private:
+    explicit PgServer(const QString &folder, bool owned);
+    void prepareTemplate();
+
+    QString m_folder;
+    int m_port = 0;
+    bool m_owned = false;
+};
+
+/// A database that is dropped at the end. Statements run as superuser over the Unix socket.
+class TestDatabase
+{
+public:
+    TestDatabase(PgServer &server, const QString &name);
+    ~TestDatabase();
+    Q_DISABLE_COPY_MOVE(TestDatabase)
+
+    [[nodiscard]] QString name() const { return m_name; }
+    /// The Db lines of a settings file: the Unix socket, role "objects".
+    [[nodiscard]] QByteArray settings() const;
+
+    /// Fails the process's run loudly when the statement fails: a test's own statements are never wrong on purpose.
+    void run(const QString &statement);
+    /// The first column of the first row.
+    [[nodiscard]] QVariant value(const QString &query);
+    /// Every row as its columns in text form joined by '|', NULL as "NULL".
+    [[nodiscard]] QStringList rows(const QString &query);
+    /// Ends the connection of this object, so that a database or server may go; the next statement makes a new one.
+    void disconnect();
+
+private:
+    PgServer &m_server;
+    QString m_name;
+    QString m_connection;
+};
+
+} // namespace support

@@ -1,0 +1,241 @@
+#include "database/connection.h"
+#include "pg_server.h"
+
+#include <QTest>
+
+using database::Connection;
+using database::Value;
+using namespace support;
+
+class TestConnection : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<TestDatabase> m_database;
+    Connection m_connection;
+    QStringList m_failures;
+
+    void addDatabase(const PgServer &server, const QString &name)
+    {
+        QSqlDatabase db = QSqlDatabase::addDatabase("QPSQL", "tested");
+        db.setHostName(server.socketFolder());
+        db.setPort(server.port());
+        db.setUserName("objects");
+        db.setDatabaseName(name);
+    }
+
+    int backend()
+    {
+        return m_connection.query("select pg_backend_pid()").integer(0, 0);
+    }
+
+private slots:
+    void init()
+    {
+        m_database = PgServer::shared().cloneDatabase();
+        addDatabase(PgServer::shared(), m_database->name());
+        m_connection = Connection();
+        m_connection.setName("tested");
+        m_connection.onFailure([this](const QSqlError &error) { m_failures.append(error.databaseText()); });
+        m_connection.beginCommand();
+        m_failures.clear();
+    }
+
+    void cleanup()
+    {
+        QSqlDatabase::removeDatabase("tested");
+        m_database.reset();
+    }
+
+    void readsEveryTypeOfColumn()
+    {
+        const auto rows = m_connection.query(
+            R"(select 7::smallint, -8, 9::bigint, true, 'текст', ''::text, null::text, '\x00ff'::bytea, ''::bytea, null::bytea)");
+        QVERIFY(rows.ok());
+        QCOMPARE(rows.rowCount(), 1);
+        QCOMPARE(rows.integer(0, 0), 7);
+        QCOMPARE(rows.integer(0, 1), -8);
+        QCOMPARE(rows.integer(0, 2), 9);
+        QCOMPARE(rows.integer(0, 3), 1);
+        QCOMPARE(rows.text(0, 4), QStringLiteral("текст"));
+        QVERIFY(rows.text(0, 5).isEmpty() && !rows.text(0, 5).isNull());
+        QVERIFY(rows.text(0, 6).isNull() && rows.isNull(0, 6) && rows.integer(0, 6) == 0);
+        QCOMPARE(rows.bytes(0, 7), QByteArray("\0\xFF", 2));
+        QVERIFY(rows.bytes(0, 8).isEmpty() && !rows.bytes(0, 8).isNull());
+        QVERIFY(rows.bytes(0, 9).isNull());
+        QVERIFY(rows.isNull(0, -1));
+    }
+
+    void readsOneCharacterFlags_data()
+    {
+        QTest::addColumn<QString>("expression");
+        QTest::addColumn<int>("code");
+        QTest::newRow("true") << "true" << int('t');
+        QTest::newRow("false") << "false" << int('f');
+        QTest::newRow("no boolean") << "null::boolean" << 0;
+        QTest::newRow("letter") << "'v'::varchar(1)" << int('v');
+        QTest::newRow("empty") << "''::varchar(1)" << 0;
+        QTest::newRow("last of Latin-1") << "chr(255)::varchar(1)" << 255;
+        QTest::newRow("beyond Latin-1") << "chr(256)::varchar(1)" << 0;
+        QTest::newRow("Cyrillic") << "chr(1044)::varchar(1)" << 0;
+        QTest::newRow("emoji") << "chr(128512)::varchar(1)" << 0;
+    }
+
+    void readsOneCharacterFlags()
+    {
+        QFETCH(QString, expression);
+        QFETCH(int, code);
+        QCOMPARE(int(m_connection.query("select " + expression).character(0, 0)), code);
+    }
+
+    void findsColumnsByTheirExactName()
+    {
+        const auto rows = m_connection.query(R"(select 1 as "Id", 2 as "id", 3 as "Id_objects")");
+        QCOMPARE(rows.column("Id"), 0);
+        QCOMPARE(rows.column("id"), 1);
+        QCOMPARE(rows.column("Id_objects"), 2);
+        QCOMPARE(rows.column("ID"), -1);
+    }
+
+    void bindsValuesInOrder()
+    {
+        QVERIFY(m_connection.query(R"(insert into "Objects_property" ("Id_objects","Name","Value","Visible") values (?,?,?,?))",
+                                   {Value::integer(-5), Value::text(QStringLiteral("it's \\x41 $1 ?")),
+                                    Value::bytes(QByteArray("\0'\\", 3)), Value::boolean(false)})
+                    .ok());
+        QCOMPARE(m_database->rows(R"(select "Id_objects", "Name", encode("Value", 'hex'), "Visible" from "Objects_property")"),
+                 QStringList({"-5|it's \\x41 $1 ?|00275c|false"}));
+    }
+
+    void keepsNullAndEmptyApart()
+    {
+        const QString insert = R"(insert into "Objects_property" ("Id_objects","Name","Value") values (?,?,?))";
+        QVERIFY(m_connection.query(insert, {Value::integer(1), Value::text(QString()), Value::bytes(QByteArray())}).ok());
+        QVERIFY(m_connection.query(insert, {Value::integer(2), Value::text(""), Value::bytes("")}).ok());
+        QCOMPARE(m_database->rows(R"(select "Id_objects", "Name" is null, "Value" is null from "Objects_property" order by 1)"),
+                 QStringList({"1|true|true", "2|false|false"}));
+    }
+
+    void failsATextThatNoColumnCanHold()
+    {
+        const QString zero = QStringLiteral("a") + QChar(0) + QStringLiteral("b");
+        QVERIFY(!m_connection.query("select ?::text", {Value::text(zero)}).ok());
+        QVERIFY(m_connection.lastError().isValid());
+        QVERIFY(!m_connection.script("select 'a'; --" + QString(QChar(0))).ok());
+        QVERIFY(m_connection.lastError().isValid());
+        QCOMPARE(m_failures.size(), 2);
+        QVERIFY(m_connection.query("select 1").ok());
+        QVERIFY(!m_connection.lastError().isValid());
+    }
+
+    void tellsTheServersReason()
+    {
+        QVERIFY(!m_connection.query("select 1/0").ok());
+        QCOMPARE(m_connection.lastError().nativeErrorCode(), QString("22012"));
+        QCOMPARE(m_failures.size(), 1);
+        QVERIFY2(m_failures[0].contains("division by zero"), qPrintable(m_failures[0]));
+    }
+
+    void failsATextOfSeveralStatementsWhollyIfOneFails_data()
+    {
+        QTest::addColumn<QString>("text");
+        const QString insert = R"(insert into "Groups" ("Id") values (1);)";
+        QTest::newRow("first") << "select 1/0;" + insert + insert;
+        QTest::newRow("last") << insert + "select 1/0;";
+        QTest::newRow("key") << insert + insert;
+        QTest::newRow("syntax") << insert + "selec 1;";
+    }
+
+    void failsATextOfSeveralStatementsWhollyIfOneFails()
+    {
+        QFETCH(QString, text);
+        QVERIFY(!m_connection.script(text).ok());
+        QCOMPARE(m_database->value(R"(select count(*) from "Groups")").toInt(), 0);
+        QVERIFY(m_connection.query("select 1").ok());
+    }
+
+    void survivesTextsThatLeaveTheSessionBusy_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("copy out") << "copy (select generate_series(1, 100000)) to stdout";
+        QTest::newRow("copy in") << R"(copy "Groups" from stdin)";
+        QTest::newRow("begin") << R"(begin; insert into "Groups" ("Id") values (1))";
+        QTest::newRow("begin and fail") << "begin; select 1/0";
+        QTest::newRow("copy behind another") << R"(delete from "Groups"; copy "Groups" to stdout; select 1)";
+    }
+
+    void survivesTextsThatLeaveTheSessionBusy()
+    {
+        QFETCH(QString, text);
+        QVERIFY(!m_connection.script(text).ok());
+        QCOMPARE(m_failures.size(), 1);
+        QCOMPARE(m_connection.query("select count(*) from \"Groups\"").integer(0, 0), 0);
+        QVERIFY(m_connection.script(R"(insert into "Groups" ("Id") values (2))").ok());
+        QCOMPARE(m_database->value(R"(select count(*) from "Groups")").toInt(), 1);
+    }
+
+    void opensALostConnectionAtTheNextCommandOnly()
+    {
+        int opened = 0;
+        m_connection.onOpened([&] { ++opened; });
+        const int first = backend();
+        QCOMPARE(opened, 1);
+        PgServer::shared().administer(QStringLiteral("select pg_terminate_backend(%1, 5000)").arg(first));
+        QVERIFY(!m_connection.query("select 1").ok());
+        QVERIFY(!m_connection.query("select 1").ok());
+        m_connection.beginCommand();
+        QVERIFY(backend() > 0);
+        QVERIFY(backend() != first);
+        QCOMPARE(opened, 2);
+    }
+
+    void keepsTheConnectionFromCommandToCommand()
+    {
+        const int first = backend();
+        m_connection.beginCommand();
+        QCOMPARE(backend(), first);
+    }
+
+    void tellsAnOutageOnceAndComesBackAtOnce()
+    {
+        const auto server = PgServer::own();
+        QSqlDatabase::removeDatabase("tested");
+        addDatabase(*server, "postgres");
+        int outages = 0;
+        m_connection.onUnavailable([&](const QSqlError &error) {
+            ++outages;
+            QVERIFY(error.isValid());
+        });
+        m_connection.beginCommand();
+        QVERIFY(m_connection.query("select 1").ok());
+        server->stop("immediate");
+        for (int command = 0; command < 5; ++command) {
+            m_connection.beginCommand();
+            QVERIFY(!m_connection.query("select 1").ok());
+        }
+        QCOMPARE(outages, 1);
+        server->start();
+        // A server that refuses at once is asked again by every command or nearly so.
+        QTRY_VERIFY(([this] {
+            m_connection.beginCommand();
+            return m_connection.query("select 1").ok();
+        }()));
+        server->stop("fast");
+        m_connection.beginCommand();
+        QVERIFY(!m_connection.query("select 1").ok());
+        QCOMPARE(outages, 2);
+    }
+
+    void failsWithoutAnyDatabase()
+    {
+        m_connection.setName("never added");
+        m_connection.beginCommand();
+        QVERIFY(!m_connection.ready());
+        QVERIFY(!m_connection.query("select 1").ok());
+        QVERIFY(!m_connection.script("select 1").ok());
+        QCOMPARE(m_connection.lastError().type(), QSqlError::ConnectionError);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestConnection)
+#include "test_connection.moc"

@@ -1,0 +1,108 @@
+#include "bus/frame.h"
+#include "bytes.h"
+
+#include <QTest>
+
+using namespace support;
+
+class TestFrame : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void buildsAGreeting()
+    {
+        QCOMPARE(bus::encode(bus::Greeting{"srv"}), hex("00 00 00 08 C8 00 00 00 03 73 72 76"));
+    }
+
+    void buildsAnAction()
+    {
+        const QByteArray built = bus::encode(bus::Action{"A", "MM", QByteArray("\x01", 1), Qt::blue, -1});
+        QCOMPARE(built, hex("00 00 00 20 CA"
+                            "00 00 00 01 41  00 00 00 02 4D 4D  00 00 00 01 01"
+                            "01 FF FF 00 00 00 00 FF FF 00 00  FF FF FF FF"));
+    }
+
+    void buildsACommandWithANullRequest()
+    {
+        QCOMPARE(bus::encode(bus::Command{"About", QByteArray(), 7}),
+                 hex("00 00 00 12 CB 00 00 00 05 41 62 6F 75 74 FF FF FF FF 00 00 00 07"));
+    }
+
+    void buildsABusMessage()
+    {
+        QCOMPARE(bus::encode(bus::BusMessage{"i", QByteArray(""), 258}),
+                 hex("00 00 00 0E CC 00 00 00 01 69 00 00 00 00 00 00 01 02"));
+    }
+
+    void buildsDataOfAKind()
+    {
+        QCOMPARE(bus::encode(bus::Data{1, "xy"}), hex("00 00 00 07 01 00 00 00 02 78 79"));
+    }
+
+    void readsBackWhatItBuilds()
+    {
+        const QByteArray built = bus::encode(bus::Action{"act", "msg", "data", Qt::red, 41});
+        const auto frame = std::get<bus::Action>(bus::decode(built.mid(4)));
+        QCOMPARE(frame.action, QByteArray("act"));
+        QCOMPARE(frame.message, QByteArray("msg"));
+        QCOMPARE(frame.data, QByteArray("data"));
+        QCOMPARE(frame.colour, QColor(Qt::red));
+        QCOMPARE(frame.idConnection, 41);
+    }
+
+    void readsTheTypeAsUnsigned()
+    {
+        QVERIFY(std::holds_alternative<bus::Action>(bus::decode(hex("CA"))));
+        QVERIFY(std::holds_alternative<bus::Greeting>(bus::decode(hex("C8"))));
+        QVERIFY(std::holds_alternative<bus::Command>(bus::decode(hex("CB"))));
+        QVERIFY(std::holds_alternative<bus::BusMessage>(bus::decode(hex("CC"))));
+        QCOMPARE(std::get<bus::Data>(bus::decode(hex("FF"))).kind, quint8(255));
+        QCOMPARE(std::get<bus::Data>(bus::decode(hex("C9"))).kind, quint8(201));
+    }
+
+    void readsNoBytesAsEmptyDataOfKindZero()
+    {
+        const auto frame = std::get<bus::Data>(bus::decode(QByteArray()));
+        QCOMPARE(frame.kind, quint8(0));
+        QVERIFY(frame.data.isEmpty());
+    }
+
+    void readsFieldsMissingAtTheEndAsEmpty()
+    {
+        const QByteArray whole = action("name", "message", "data", red(), 9).mid(4);
+        for (qsizetype size = 1; size < whole.size(); ++size) {
+            const auto frame = std::get<bus::Action>(bus::decode(whole.left(size)));
+            if (size < 1 + 8)
+                QVERIFY(frame.action.isEmpty());
+            if (size < 1 + 8 + 11)
+                QVERIFY(frame.message.isEmpty());
+            if (size < 1 + 8 + 11 + 8)
+                QVERIFY(frame.data.isEmpty());
+            if (size <= 1 + 8 + 11 + 8)
+                QVERIFY(!frame.colour.isValid());
+            QCOMPARE(frame.idConnection, 0);
+        }
+    }
+
+    void doesNotBelieveALyingInnerLength_data()
+    {
+        QTest::addColumn<QByteArray>("count");
+        QTest::newRow("a byte too many") << hex("00 00 00 04");
+        QTest::newRow("50 MB") << hex("02 FA F0 80");
+        QTest::newRow("2 GB") << hex("7F FF FF FF");
+        QTest::newRow("almost 4 GB") << hex("FF FF FF FE");
+    }
+
+    void doesNotBelieveALyingInnerLength()
+    {
+        QFETCH(QByteArray, count);
+        const auto frame = std::get<bus::Command>(bus::decode(hex("CB") + count + "abc"));
+        QVERIFY(frame.name.isEmpty());
+        QVERIFY(frame.data.isEmpty());
+        QCOMPARE(frame.idConnection, 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestFrame)
+#include "test_frame.moc"

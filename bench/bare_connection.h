@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QByteArray>
+#include <QtGlobal>
+
+#include <libpq-fe.h>
+
+#include <memory>
+#include <string>
+
+namespace bench {
+
+struct ClearResult
+{
+    void operator()(PGresult *result) const { PQclear(result); }
+};
+
+using Rows = std::unique_ptr<PGresult, ClearResult>;
+
+/// A connection of libpq and nothing else. Throws std::runtime_error with the database's words where a statement fails.
+class BareConnection
+{
+public:
+    /// `description` in libpq's form, "host=... dbname=...".
+    explicit BareConnection(const std::string &description);
+    ~BareConnection();
+    Q_DISABLE_COPY_MOVE(BareConnection)
+
+    /// PQexec: the simple protocol, values as text.
+    [[nodiscard]] Rows text(const QByteArray &statement);
+
+    /// PQexecParams without parameters: the extended protocol, values in binary form.
+    [[nodiscard]] Rows binary(const QByteArray &statement);
+
+private:
+    [[nodiscard]] Rows checked(PGresult *result) const;
+
+    PGconn *m_connection;
+};
+
+} // namespace bench

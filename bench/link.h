@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QByteArray>
+#include <QtGlobal>
+
+#include <string>
+
+namespace bench {
+
+/// One end of a Unix stream socket, spoken to with poll, read and write alone. Throws std::runtime_error where the
+/// other end has gone or keeps silent for 30 s.
+class Link
+{
+public:
+    /// Takes the descriptor over.
+    explicit Link(int descriptor);
+    ~Link();
+    Q_DISABLE_COPY_MOVE(Link)
+
+    void send(const QByteArray &bytes);
+
+    /// The next frame with its length; valid until the next call. No byte of a further frame may have arrived with it:
+    /// the two ends take turns.
+    [[nodiscard]] const QByteArray &receive();
+
+    /// The same, of a peer that may end the link instead: false once it has.
+    [[nodiscard]] bool receiveOrEnd();
+
+private:
+    int m_descriptor;
+    QByteArray m_frame;
+};
+
+/// Listens under `path`, which must not exist, takes the first link that is made and removes the path again.
+[[nodiscard]] int acceptOne(const std::string &path);
+
+} // namespace bench

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "bench/interleaved.h"
+
+#include <string>
+#include <vector>
+
+namespace bench {
+
+/// A line of the table: one variant, and what it is compared with.
+struct Figure
+{
+    Interleaved::Id subject;
+    std::vector<Interleaved::Id> references; ///< together, one after the other
+};
+
+/// Prints the table to standard output.
+void printReport(const Interleaved &measured, const std::vector<Figure> &figures);
+
+} // namespace bench

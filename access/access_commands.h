@@ -4,6 +4,7 @@
 
 #include <span>
 
+/// (Not named as its folder: access() is a system call.)
 namespace operators {
 
 /// The commands of operator workstations, which are looked up before all others.

@@ -22,7 +22,7 @@ constexpr const char *kNamedProperty = R"("Name" = '%1' AND "Value" LIKE '%0')";
 QList<qint32> firstColumn(const database::Result &rows)
 {
     QList<qint32> numbers;
-    const int column = rows.rowCount() > 0 ? 0 : -1;
+    const int column = rows.columnCount() > 0 ? 0 : -1;
     for (int row = 0; row < rows.rowCount(); ++row)
         numbers.append(rows.integer(row, column));
     return numbers;
@@ -38,8 +38,11 @@ void WorkingAdmCommands::AdvancedSearch(int idConnect, database::Connection &db,
     const QString statement = text.isEmpty() ? QString::fromLatin1(kSearchAll)
                                              : QLatin1String(kSearchTextBegin) + text + QLatin1String(kSearchTextEnd);
     const auto rows = db.numberedQuery(statement, {Value::integer(idConnect)});
+    const QString reason = db.lastError().text();
+    if (text.contains(QLatin1Char('\'')))
+        db.resetSession();
     if (!rows.ok()) {
-        out << false << db.lastError().text();
+        out << false << reason;
         return;
     }
     out << true << rows.size();

@@ -18,6 +18,9 @@ constexpr const char *kSelectParams =
     R"(SELECT "Name", "Description", "Value", "Type" FROM "Params" WHERE "Id_command" = %0  ORDER BY "Id")";
 constexpr const char *kUpdateParam = R"(UPDATE "Params" SET "Value" = ? WHERE "Id_command" = ? AND "Name" = ? )";
 
+/// The columns of kSelectAllowed.
+enum Column { Name, Operation, Description, ExecBy, Id, NumParams };
+
 /// The right to commands of operation kind k is personal property 200 + k.
 constexpr qint64 kFirstRight = 200;
 
@@ -60,9 +63,8 @@ void getObjectCommand(CommandCall &call)
                                              QString::number(kFirstRight + kind), QString::number(kind)));
     call.out << object << rows.rowCount();
     for (int row = 0; row < rows.rowCount(); ++row) {
-        call.out << rows.bytes(row, rows.column("Name")) << rows.integer(row, rows.column("Operation"))
-                 << rows.text(row, rows.column("Description")) << rows.bytes(row, rows.column("ExecBy"))
-                 << rows.integer(row, rows.column("NumParams")) << rows.integer(row, rows.column("Id"));
+        call.out << rows.bytes(row, Name) << rows.integer(row, Operation) << rows.text(row, Description)
+                 << rows.bytes(row, ExecBy) << rows.integer(row, NumParams) << rows.integer(row, Id);
     }
     call.out << kind;
 }

@@ -69,9 +69,11 @@ struct SetupRows
     }
 };
 
-/// Rows that one change may add: far beyond any installation's objects times properties, and still a text that fits in
-/// memory.
-constexpr qsizetype kMostNewRows = 10'000'000;
+/// Rows that one change may add. The server needs some kilobytes a row to read the statement.
+constexpr qsizetype kMostNewRows = 500'000;
+
+/// Operators that one copy may go to: the server reads a union of more by recursion that it ends.
+constexpr qsizetype kMostTargets = 5'000;
 
 /// A short request can ask for rows beyond number, as objects times properties. Leaves reading where it was.
 bool changeMayBeMade(RequestReader &in)
@@ -86,6 +88,20 @@ bool changeMayBeMade(RequestReader &in)
     if (objects * properties <= kMostNewRows)
         return true;
     in.refuse(QStringLiteral("%1 objects times %2 properties are too many").arg(objects).arg(properties));
+    return false;
+}
+
+/// The same for a copy.
+bool copyMayBeMade(RequestReader &in)
+{
+    const qint64 start = in.position();
+    (void)in.read<qint32>();
+    (void)in.read<qint32>();
+    const qsizetype targets = readNumbers(in).size();
+    in.goTo(start);
+    if (targets <= kMostTargets)
+        return true;
+    in.refuse(QStringLiteral("%1 operators are too many").arg(targets));
     return false;
 }
 
@@ -158,6 +174,8 @@ void fixPersonalSetupChanges(CommandCall &call)
 
 void copyPersonalSetup(CommandCall &call)
 {
+    if (!copyMayBeMade(call.in))
+        return;
     logAndAnnounce(call);
     WorkingAdmCommands::CopyPersonalSetup(call.in, call.db);
 }

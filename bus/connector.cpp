@@ -21,6 +21,15 @@ QList<QPointer<TMyLocalSocket>> guarded(const QList<TMyLocalSocket *> &links)
     return {links.begin(), links.end()};
 }
 
+/// Peers drop a link on which a longer frame comes.
+bool mayBeSent(const QByteArray &frame)
+{
+    if (frame.size() - qsizetype(sizeof(qint32)) <= bus::kFrameLimit)
+        return true;
+    logMessage(TConnector::tr("Frame not sent: %0 bytes are too many\n").arg(frame.size()));
+    return false;
+}
+
 QString nameText(const TMyLocalSocket *link)
 {
     return QString::fromUtf8(link->peerName);
@@ -70,6 +79,8 @@ void TConnector::addOutServerName(const QString &name)
 void TConnector::SetDataAll(unsigned char type, const QByteArray &data)
 {
     const QByteArray frame = bus::encode(bus::Data{type, data});
+    if (!mayBeSent(frame))
+        return;
     const auto outgoing = guarded(m_outgoing);
     const auto incoming = guarded(m_incoming);
     for (const auto &link : outgoing) {
@@ -85,6 +96,8 @@ void TConnector::SetDataAll(unsigned char type, const QByteArray &data)
 void TConnector::SetOutDataAll(unsigned char type, const QByteArray &data)
 {
     const QByteArray frame = bus::encode(bus::Data{type, data});
+    if (!mayBeSent(frame))
+        return;
     const auto outgoing = guarded(m_outgoing);
     for (const auto &link : outgoing) {
         if (link && link->isOpen())
@@ -95,6 +108,8 @@ void TConnector::SetOutDataAll(unsigned char type, const QByteArray &data)
 void TConnector::SetData(unsigned char type, const QString &name, const QByteArray &data)
 {
     const QByteArray frame = bus::encode(bus::Data{type, data});
+    if (!mayBeSent(frame))
+        return;
     const auto links = guarded(m_outgoing + m_incoming);
     for (const auto &link : links) {
         if (link && link->isValid() && nameText(link) == name)
@@ -104,10 +119,8 @@ void TConnector::SetData(unsigned char type, const QString &name, const QByteArr
 
 void TConnector::writeToAdmin(const QByteArray &frame)
 {
-    if (!m_admin->isOpen())
-        return;
-    m_admin->write(frame);
-    m_admin->flush();
+    if (m_admin->isOpen() && mayBeSent(frame))
+        writeTo(m_admin, frame, kAdminWaitingLimit);
 }
 
 void TConnector::stop(int code)
@@ -152,20 +165,19 @@ bool TConnector::connectSiblings(const QByteArray &greeting)
 
 bool TConnector::reconnect(TMyLocalSocket *link, const QByteArray &greeting)
 {
-    const QPointer<TMyLocalSocket> alive(link);
     link->flush();
     link->disconnectFromServer();
     if (link->state() != QLocalSocket::UnconnectedState)
         link->waitForDisconnected(kWaitMs);
-    if (!alive)
+    // A link that was still closing has been replaced by now; the next tick connects its successor.
+    if (link != m_admin && !m_outgoing.contains(link))
         return false;
     link->connectToServer(nameText(link), QIODevice::ReadWrite);
     if (link->waitForConnected(kWaitMs)) {
         link->write(greeting);
         return true;
     }
-    if (alive)
-        link->abort();
+    link->abort();
     return false;
 }
 
@@ -180,12 +192,12 @@ void TConnector::openServer()
     m_server->close();
 }
 
-void TConnector::writeTo(TMyLocalSocket *link, const QByteArray &frame)
+void TConnector::writeTo(TMyLocalSocket *link, const QByteArray &frame, qint64 waitingLimit)
 {
     const QPointer<TMyLocalSocket> alive(link);
     link->write(frame);
     link->flush();
-    if (!alive || link->bytesToWrite() <= kWaitingLimit)
+    if (!alive || link->bytesToWrite() <= waitingLimit)
         return;
     logMessage(tr("Connection cut off: %0 leaves %1 bytes unread\n")
                    .arg(nameText(link), QString::number(link->bytesToWrite())));

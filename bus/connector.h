@@ -19,13 +19,17 @@ class TMyLocalServer;
 /// A timer of 5 s makes what is missing: siblings first, then the administration link, then the own server. Its
 /// attempts block the event loop, up to 30 s a wait.
 ///
-/// A peer that leaves more than kWaitingLimit bytes unread is cut off, on incoming and sibling links.
+/// A peer that leaves more than kWaitingLimit bytes unread is cut off, on incoming and sibling links; the
+/// administration server at kAdminWaitingLimit. A frame beyond what peers take (bus::kFrameLimit) is not sent but told
+/// in the log.
 class TConnector : public QObject
 {
     Q_OBJECT
 
 public:
     static constexpr qint64 kWaitingLimit = 64LL * 1024 * 1024;
+
+    static constexpr qint64 kAdminWaitingLimit = 512LL * 1024 * 1024;
 
     explicit TConnector(QObject *parent);
 
@@ -81,7 +85,7 @@ private:
     bool reconnect(TMyLocalSocket *link, const QByteArray &greeting);
     [[nodiscard]] bool connectSiblings(const QByteArray &greeting);
     void openServer();
-    void writeTo(TMyLocalSocket *link, const QByteArray &frame);
+    void writeTo(TMyLocalSocket *link, const QByteArray &frame, qint64 waitingLimit = kWaitingLimit);
     void deliver(bus::Frame frame, TMyLocalSocket *socket);
     void deliverData(bus::Data &frame, TMyLocalSocket *socket);
 

@@ -20,10 +20,9 @@ public:
     /// Takes the next whole frame's type byte and body into `body` (empty for a declared length of 0 or below).
     [[nodiscard]] Result next(QByteArray &body);
 
-    /// Forgets everything that has arrived, as when the link is gone.
+private:
     void clear();
 
-private:
     QByteArray m_bytes;
     qsizetype m_taken = 0;      ///< bytes at the front of m_bytes that frames have consumed
     qint32 m_pendingLength = 0; ///< length of the frame in progress; 0: none has begun

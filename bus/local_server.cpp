@@ -9,7 +9,11 @@ constexpr qint64 kReadBufferBytes = 0x20000000;
 void TMyLocalServer::incomingConnection(quintptr descriptor)
 {
     auto *socket = new TMyLocalSocket(this);
-    socket->setSocketDescriptor(static_cast<qintptr>(descriptor), QLocalSocket::ConnectedState, QIODevice::ReadWrite);
+    if (!socket->setSocketDescriptor(static_cast<qintptr>(descriptor), QLocalSocket::ConnectedState,
+                                     QIODevice::ReadWrite)) {
+        delete socket;
+        return;
+    }
     socket->setReadBufferSize(kReadBufferBytes);
     emit newConnection(socket);
 }

@@ -5,4 +5,4 @@ add_custom_target(
   BYPRODUCTS ${BUILD_REVISION_DIR}/build_revision.h
   COMMAND ${CMAKE_COMMAND} -D SOURCE_DIR=${CMAKE_SOURCE_DIR} -D HEADER=${BUILD_REVISION_DIR}/build_revision.h -P
           ${CMAKE_SOURCE_DIR}/cmake/write_build_revision.cmake
-  COMMENT "")
+  COMMENT "Asking for the revision")

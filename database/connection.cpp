@@ -1,11 +1,14 @@
 #include "database/connection.h"
 
+#include "database/statement_wait.h"
+
 #include <QElapsedTimer>
 #include <QSqlDriver>
 #include <QVarLengthArray>
 #include <QVariant>
 
 #include <algorithm>
+#include <utility>
 
 #include <poll.h>
 
@@ -38,10 +41,26 @@ QString numberedPlaceholders(const QString &text)
 
 QSqlError impossibleText()
 {
-    return statementError(QStringLiteral("a text with a zero character cannot be stored"));
+    return statementError(QStringLiteral("a text with a zero character cannot be sent"));
 }
 
 } // namespace
+
+void Connection::setName(const QString &name)
+{
+    m_name = name;
+    m_prepared = false;
+    m_checked = false;
+    m_outageTold = false;
+    m_openError = QSqlError();
+    m_nextAttempt = QDeadlineTimer();
+}
+
+void Connection::setStatementTimeout(std::chrono::milliseconds limit)
+{
+    m_statementTimeout = limit;
+    m_prepared = false;
+}
 
 PGconn *Connection::native() const
 {
@@ -71,8 +90,38 @@ bool Connection::ready()
         m_checked = true;
         if (!isAlive())
             return open();
+        if (!m_prepared)
+            prepareSession();
     }
     return qtDatabase().isOpen();
+}
+
+void Connection::prepareSession()
+{
+    m_prepared = true;
+    PQsetnonblocking(native(), 1);
+    // Notices are for people at a terminal; a client's text could fill any log with them.
+    PQsetNoticeProcessor(
+        native(), [](void *, const char *) {}, nullptr);
+    if (m_statementTimeout.count() > 0)
+        PQclear(run("SET statement_timeout = " + QByteArray::number(qint64(m_statementTimeout.count()))));
+    if (const int abandoned = std::exchange(m_abandonedBackend, 0); abandoned != 0)
+        PQclear(run("SELECT pg_terminate_backend(" + QByteArray::number(abandoned) + ')'));
+}
+
+void Connection::resetSession()
+{
+    if (!qtDatabase().isOpen() || PQstatus(native()) != CONNECTION_OK)
+        return;
+    PGresult *reset = run("DISCARD ALL");
+    const bool clean = PQresultStatus(reset) == PGRES_COMMAND_OK;
+    PQclear(reset);
+    if (clean) {
+        prepareSession();
+        return;
+    }
+    qtDatabase().close();
+    open();
 }
 
 bool Connection::open()
@@ -92,6 +141,7 @@ bool Connection::open()
         return false;
     }
     m_outageTold = false;
+    prepareSession();
     if (m_onOpened)
         m_onOpened();
     return true;
@@ -119,8 +169,8 @@ Result Connection::numberedQuery(const QString &text, const QList<Value> &values
         formats.append(value.isBinary() ? 1 : 0);
     }
     constexpr int kBinaryResult = 1;
-    return take(PQexecParams(native(), text.toUtf8().constData(), static_cast<int>(values.size()), nullptr,
-                             data.constData(), sizes.constData(), formats.constData(), kBinaryResult));
+    return take(finish(PQsendQueryParams(native(), text.toUtf8().constData(), static_cast<int>(values.size()), nullptr,
+                                         data.constData(), sizes.constData(), formats.constData(), kBinaryResult)));
 }
 
 Result Connection::script(const QString &text)
@@ -129,7 +179,7 @@ Result Connection::script(const QString &text)
         return fail(notOpenError());
     if (text.contains(QChar(0)))
         return fail(impossibleText());
-    PGresult *result = PQexec(native(), text.toUtf8().constData());
+    PGresult *result = run(text.toUtf8());
     if (PQstatus(native()) != CONNECTION_OK || PQtransactionStatus(native()) == PQTRANS_IDLE)
         return take(result);
     const QString reason = QString::fromUtf8(PQresultErrorMessage(result));
@@ -143,15 +193,23 @@ Result Connection::script(const QString &text)
 Result Connection::foreignScript(const QString &text)
 {
     Result result = script(text);
-    if (!qtDatabase().isOpen() || PQstatus(native()) != CONNECTION_OK)
-        return result;
-    PGresult *reset = PQexec(native(), "DISCARD ALL");
-    const bool clean = PQresultStatus(reset) == PGRES_COMMAND_OK;
-    PQclear(reset);
-    if (!clean) {
-        qtDatabase().close();
-        open();
-    }
+    resetSession();
+    return result;
+}
+
+PGresult *Connection::run(const QByteArray &text)
+{
+    return finish(PQsendQuery(native(), text.constData()));
+}
+
+/// The outcome of what was sent; null where it could not be sent, and libpq says why.
+PGresult *Connection::finish(int sent)
+{
+    const int backend = PQbackendPID(native());
+    PGresult *result = sent == 1 ? waitForResult(native(), m_statementTimeout) : nullptr;
+    // A session that was given up may still be at work, holding locks.
+    if (m_statementTimeout.count() > 0 && PQstatus(native()) != CONNECTION_OK)
+        m_abandonedBackend = backend;
     return result;
 }
 

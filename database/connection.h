@@ -9,6 +9,7 @@
 #include <QSqlError>
 #include <QString>
 
+#include <chrono>
 #include <functional>
 
 namespace database {
@@ -24,8 +25,11 @@ public:
     using Observer = std::function<void(const QSqlError &)>;
 
     /// Nothing is opened here; statements fail until a QtSql connection named `name` has been added.
-    void setName(const QString &name) { m_name = name; }
+    void setName(const QString &name);
     [[nodiscard]] QSqlDatabase qtDatabase() const { return QSqlDatabase::database(m_name, false); }
+
+    /// Bounds each statement; 0 is no bound. Holds from the next command on.
+    void setStatementTimeout(std::chrono::milliseconds limit);
 
     /// Called with the error of each statement that fails.
     void onFailure(Observer observer) { m_onFailure = std::move(observer); }
@@ -40,7 +44,7 @@ public:
     void outageIsKnown() { m_outageTold = true; }
 
     /// Begins a command: its first statement will look whether the server is still there and connect anew if it is not.
-    /// Within a command that is not repeated: what runs after a loss fails.
+    /// Within a command that is not repeated.
     void beginCommand() { m_checked = false; }
 
     /// True when the connection is usable; opens it if this command has not tried yet.
@@ -53,7 +57,7 @@ public:
     /// that has values.
     [[nodiscard]] Result query(const QString &text, const QList<Value> &values = {});
 
-    /// The same for a text that may hold a client's words, with the placeholders "$1", "$2", ...
+    /// The same with the placeholders "$1", "$2", ..., for a text in which a client's words stand; see resetSession().
     [[nodiscard]] Result numberedQuery(const QString &text, const QList<Value> &values);
 
     /// Runs a text of one or several statements, which may hold a client's words, as one implicit transaction and gives
@@ -64,6 +68,9 @@ public:
     /// A script that is a client's own: whatever it has changed of the session (settings, role, locks, temporary
     /// tables) is undone behind it.
     [[nodiscard]] Result foreignScript(const QString &text);
+
+    /// Undoes what a client's words inside a statement of ours may have changed of the session.
+    void resetSession();
 
     /// The last statement's error; invalid when it succeeded.
     [[nodiscard]] const QSqlError &lastError() const { return m_error; }
@@ -78,12 +85,18 @@ private:
     [[nodiscard]] PGconn *native() const;
     [[nodiscard]] bool isAlive() const;
     bool open();
+    void prepareSession();
+    PGresult *run(const QByteArray &text);
+    PGresult *finish(int sent);
     Result take(PGresult *result);
     Result fail(const QSqlError &error);
 
     QString m_name;
     QSqlError m_error;
     QSqlError m_openError;
+    std::chrono::milliseconds m_statementTimeout{0};
+    bool m_prepared = false;    ///< the session has our settings
+    int m_abandonedBackend = 0; ///< process of a server session that was given up at work; 0: none
     bool m_checked = false;
     bool m_outageTold = false;
     QDeadlineTimer m_nextAttempt;

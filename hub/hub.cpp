@@ -156,7 +156,11 @@ void Hub::passCommand(LinkId clientId, const bus::Command &command, const QByteA
         const auto service = m_services.find(id);
         if (service == m_services.end())
             continue;
-        // Queued before it is sent: a link that is cut off while sending tells those who wait in its queue.
+        // A service that loses this link ends, so a flood is held back here instead.
+        if (!service->second.link->hasRoomFor(frame.size())) {
+            tellClient(clientId, command.idConnection, kServiceBusy);
+            continue;
+        }
         service->second.waiting.push({clientId, command.idConnection, command.name});
         service->second.link->send(frame);
     }

@@ -26,7 +26,7 @@ void Link::send(const QByteArray &frame)
 {
     if (!m_open)
         return;
-    if (m_socket->bytesToWrite() + frame.size() > m_sendLimit) {
+    if (!hasRoomFor(frame.size())) {
         abortBecause(QStringLiteral("more than %1 bytes wait for it and it does not read").arg(m_sendLimit));
         return;
     }

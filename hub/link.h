@@ -26,6 +26,9 @@ public:
     [[nodiscard]] QString name() const { return m_name; }
     void setName(const QString &name) { m_name = name; }
 
+    /// True when a frame of `size` bytes can be sent without cutting the peer off.
+    [[nodiscard]] bool hasRoomFor(qsizetype size) const { return m_socket->bytesToWrite() + size <= m_sendLimit; }
+
     /// Queues one whole frame. A closed link drops it.
     void send(const QByteArray &frame);
 

@@ -17,6 +17,15 @@ QString processUserName()
     return user ? QString::fromLocal8Bit(user->pw_name) : QString();
 }
 
+/// A list as people write it, "a, b", in the form that libpq takes.
+QString withoutBlanks(const QString &list)
+{
+    QStringList parts = list.split(QLatin1Char(','));
+    for (QString &part : parts)
+        part = part.trimmed();
+    return parts.join(QLatin1Char(','));
+}
+
 bool setsOption(const QString &options, const QString &name)
 {
     const QStringList pairs = options.split(QLatin1Char(';'));
@@ -48,17 +57,18 @@ QString connectOptions(const QString &ports, const QString &options)
 QSqlError openDataBaseBySettings(QString &connectionName, QSettings &settings, const QString &group, const QString &)
 {
     const auto text = [&](const char *key, const char *fallback) {
-        return settingText(settings, group + QLatin1Char('/') + QLatin1String(key), QLatin1String(fallback));
+        const QString value = settingText(settings, group + QLatin1Char('/') + QLatin1String(key), QString());
+        return value.isEmpty() ? QString::fromLatin1(fallback) : value;
     };
     if (QSqlDatabase::contains(connectionName))
         QSqlDatabase::removeDatabase(connectionName);
 
     QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), connectionName);
-    const QString ports = text("DbPort", "5432");
+    const QString ports = withoutBlanks(text("DbPort", "5432"));
     if (!ports.contains(QLatin1Char(',')))
         db.setPort(ports.toInt());
     const QString user = text("DbUser", "");
-    db.setHostName(text("DbHost", ""));
+    db.setHostName(withoutBlanks(text("DbHost", "")));
     db.setDatabaseName(text("DbName", "objects"));
     db.setUserName(user.isEmpty() ? processUserName() : user);
     db.setPassword(text("DbPassword", ""));

@@ -28,10 +28,10 @@ void rebuildSettingsByTemplate(QSettings &settings, QSettings &settingsTemplate)
     }
     if (missing.isEmpty())
         return;
-    // The file is about to be written anew: values that QSettings reads only up to a ";" must not be cut in it.
-    const QHash<QString, QString> uncut = valuesWithSemicolon(settings);
+    // The file is about to be written anew: values that QSettings takes apart must stay whole in it.
+    const QHash<QString, QString> uncut = unquotedValues(settings);
     for (auto value = uncut.begin(); value != uncut.end(); ++value)
         settings.setValue(value.key(), value.value());
     for (const QString &key : std::as_const(missing))
-        settings.setValue(key, settingsTemplate.value(key));
+        settings.setValue(key, settingText(settingsTemplate, key, QString()));
 }

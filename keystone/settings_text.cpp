@@ -8,7 +8,7 @@
 
 namespace {
 
-bool hasBareSemicolon(const QString &text)
+bool hasBareSeparator(const QString &text)
 {
     bool quoted = false;
     for (qsizetype i = 0; i < text.size(); ++i) {
@@ -16,7 +16,7 @@ bool hasBareSemicolon(const QString &text)
             ++i;
         else if (text[i] == QLatin1Char('"'))
             quoted = !quoted;
-        else if (text[i] == QLatin1Char(';') && !quoted)
+        else if ((text[i] == QLatin1Char(';') || text[i] == QLatin1Char(',')) && !quoted)
             return true;
     }
     return false;
@@ -74,14 +74,13 @@ QString fullKey(const QString &group, const QString &name)
 
 QString settingText(const QSettings &settings, const QString &key, const QString &fallback)
 {
-    const QHash<QString, QString> uncut = valuesWithSemicolon(settings);
+    const QHash<QString, QString> uncut = unquotedValues(settings);
     if (const auto found = uncut.find(key); found != uncut.end())
         return *found;
-    const QVariant value = settings.value(key, fallback);
-    return value.typeId() == QMetaType::QStringList ? value.toStringList().join(QLatin1Char(',')) : value.toString();
+    return settings.value(key, fallback).toString();
 }
 
-QHash<QString, QString> valuesWithSemicolon(const QSettings &settings)
+QHash<QString, QString> unquotedValues(const QSettings &settings)
 {
     QHash<QString, QString> result;
     QFile file(settings.fileName());
@@ -102,7 +101,7 @@ QHash<QString, QString> valuesWithSemicolon(const QSettings &settings)
         const QString key = fullKey(group, line.left(equals).trimmed());
         const QString value = line.mid(equals + 1).trimmed();
         // Of a key that stands twice the last value counts.
-        if (hasBareSemicolon(value))
+        if (hasBareSeparator(value))
             result.insert(key, unescaped(value));
         else
             result.remove(key);

@@ -11,5 +11,5 @@ class QSettings;
 /// ";" (QSettings drops the rest).
 [[nodiscard]] QString settingText(const QSettings &settings, const QString &key, const QString &fallback);
 
-/// The values of an INI file that hold a ";" outside double quotes, whole, by full key.
-[[nodiscard]] QHash<QString, QString> valuesWithSemicolon(const QSettings &settings);
+/// The values of an INI file that hold "," or ";" outside double quotes, whole, by full key.
+[[nodiscard]] QHash<QString, QString> unquotedValues(const QSettings &settings);

@@ -119,7 +119,7 @@ void fixCmdDescMultiObjsV2(CommandCall &call)
 {
     const bool set = call.in.read<bool>();
     const auto objects = call.in.readContainer<QList<qint32>>(sizeof(qint32));
-    if (objects.isEmpty() || (set && !commandsMayBeRead(call.in, 1)))
+    if ((set && !commandsMayBeRead(call.in, 1)) || objects.isEmpty())
         return;
     const qint64 subject = call.in.position();
     const QString name = set ? call.in.read<CmdDesc>().name : call.in.read<QString>();

@@ -37,6 +37,8 @@ bool TKernelObjectsServer::LoadSettings(QString path)
     rebuildSettingsByTemplate(settings, *prepareTemplateSettings());
     m_connectionName = QStringLiteral("Browser1");
     m_database.setName(m_connectionName);
+    m_database.setStatementTimeout(
+        std::chrono::milliseconds(settings.value(QStringLiteral("Base/DbStatementTimeout"), 0).toInt()));
     if (!openDataBaseBySettings(m_connectionName, settings, QStringLiteral("Base"), QString())) {
         m_upgradePending = true;
         m_database.outageIsKnown();
@@ -48,8 +50,7 @@ bool TKernelObjectsServer::LoadSettings(QString path)
 
 void TKernelObjectsServer::upgradeConnections()
 {
-    m_upgradePending = false;
-    server::upgradeConnections(m_database.qtDatabase());
+    m_upgradePending = !server::upgradeConnections(m_database.qtDatabase());
 }
 
 void TKernelObjectsServer::WriteToLog(const QByteArray &text, unsigned char level)

@@ -24,26 +24,30 @@ void tellError(const QSqlQuery &query)
     logMessage(error);
 }
 
-/// Also false when the question itself failed: the column is then added, or the attempt says why not.
-bool columnExists(QSqlQuery &query, const char *select)
+/// Adds a column where `select` does not find it, also when that question itself failed: the attempt then says why not.
+/// False when either failed; the last query text goes to the debug output where `withText` says so.
+bool addColumn(QSqlQuery &query, const char *select, const char *alter, bool withText)
 {
-    if (!query.prepare(QLatin1String(select)) || !query.exec())
+    const bool asked = query.prepare(QLatin1String(select)) && query.exec();
+    if (!asked)
         tellError(query);
-    return query.next();
+    if (query.next() || query.exec(QLatin1String(alter)))
+        return asked;
+    if (withText)
+        qDebug().noquote() << query.lastQuery();
+    tellError(query);
+    return false;
 }
 
 } // namespace
 
-void upgradeConnections(const QSqlDatabase &db)
+bool upgradeConnections(const QSqlDatabase &db)
 {
     QSqlQuery query(db);
-    if (!columnExists(query, kSelectEmail) && !query.exec(QLatin1String(kAddEmail)))
-        tellError(query);
-    if (!columnExists(query, kSelectPhone) && !query.exec(QLatin1String(kAddPhone))) {
-        // Only here the statement is told with its error, and only to the debug output.
-        qDebug().noquote() << query.lastQuery();
-        tellError(query);
-    }
+    const bool email = addColumn(query, kSelectEmail, kAddEmail, false);
+    // Only here the statement is told with its error.
+    const bool phone = addColumn(query, kSelectPhone, kAddPhone, true);
+    return email && phone;
 }
 
 } // namespace server

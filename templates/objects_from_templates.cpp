@@ -59,7 +59,7 @@ bool insertIdentity(database::Connection &db, qint32 object, const Identity &ide
 }
 
 /// Rows that cannot be written are left out; the others follow. A parameter whose command could not be written goes to
-/// the one written last, like the rest of a template read in a row.
+/// the one written last, and nowhere before there is one.
 void copyToObject(database::Connection &db, qint32 number, qint32 object)
 {
     readCard(db, number, {}, [&](const CardsProperty &property) { registry::insertProperty(db, object, property); });
@@ -68,7 +68,10 @@ void copyToObject(database::Connection &db, qint32 number, qint32 object)
     readControls(
         db, number, {},
         [&](const CmdDesc &command) { key = registry::insertCommand(db, object, command).value_or(key); },
-        [&](const ParamDesc &parameter) { registry::insertParameter(db, key, parameter); });
+        [&](const ParamDesc &parameter) {
+            if (key != 0)
+                registry::insertParameter(db, key, parameter);
+        });
 }
 
 void copyToTemplate(database::Connection &db, qint32 number, qint32 copy)
@@ -78,7 +81,10 @@ void copyToTemplate(database::Connection &db, qint32 number, qint32 copy)
     qint32 key = 0;
     readControls(
         db, number, {}, [&](const CmdDesc &command) { key = insertTemplateCommand(db, copy, command).value_or(key); },
-        [&](const ParamDesc &parameter) { insertTemplateParameter(db, key, parameter); });
+        [&](const ParamDesc &parameter) {
+            if (key != 0)
+                insertTemplateParameter(db, key, parameter);
+        });
 }
 
 /// An object that could be written only in part stays, and is not announced.

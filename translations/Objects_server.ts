@@ -61,6 +61,12 @@
         <source>Admin connection is closed. Stopping application.</source>
         <translation>Соединение с сервером администрирования закрыто. Приложение завершает работу.</translation>
     </message>
+    <message>
+        <source>Frame not sent: %0 bytes are too many
+</source>
+        <translation>Кадр не отправлен: %0 байт — слишком много
+</translation>
+    </message>
 </context>
 <context>
     <name>TServerPlugin</name>

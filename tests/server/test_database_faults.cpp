@@ -85,7 +85,7 @@ void TestDatabaseFaults::initTestCase()
     m_server = PgServer::own();
     m_database = m_server->cloneDatabase();
     m_database->run("INSERT INTO \"Connections\" (\"Id\", \"Login\") VALUES (4, 'ivanov')");
-    m_database->run("ALTER TABLE \"Connections\" DROP COLUMN \"Email\", DROP COLUMN \"Phone\"");
+    m_database->run("ALTER TABLE \"Connections\" DROP COLUMN \"Email\", DROP COLUMN \"Phone\", OWNER TO objects_service");
     fillCard();
     m_database->disconnect();
     m_server->stop();
@@ -100,7 +100,7 @@ void TestDatabaseFaults::fillCard()
 
 void TestDatabaseFaults::endServicesConnection()
 {
-    const QString process = m_database->value("SELECT pid FROM pg_stat_activity WHERE usename = 'objects'").toString();
+    const QString process = m_database->value("SELECT pid FROM pg_stat_activity WHERE usename = 'objects_service'").toString();
     QVERIFY(!process.isEmpty());
     m_database->run(QStringLiteral("SELECT pg_terminate_backend(%1)").arg(process));
     // Its row goes a moment before its socket.
@@ -220,7 +220,7 @@ void TestDatabaseFaults::commandInFlightFailsAndTheNextWorks()
         m_database->run("SELECT pg_stat_clear_snapshot()");
         return m_database
                    ->value(
-                       "SELECT count(*) FROM pg_stat_activity WHERE usename = 'objects' AND wait_event_type = 'Lock'")
+                       "SELECT count(*) FROM pg_stat_activity WHERE usename = 'objects_service' AND wait_event_type = 'Lock'")
                    .toInt() == 1;
     }));
     if (isKilled) {
@@ -294,7 +294,7 @@ void TestDatabaseFaults::burstOfCommandsOutlivesLostConnections()
                  qPrintable(support::describe(frame)));
         if (i % 60 == 30)
             ended += m_database->rows("WITH found AS MATERIALIZED (SELECT pid FROM pg_stat_activity WHERE usename = "
-                                      "'objects') SELECT pid FROM found WHERE pg_terminate_backend(pid)");
+                                      "'objects_service') SELECT pid FROM found WHERE pg_terminate_backend(pid)");
     }
     QVERIFY(!ended.isEmpty());
     // The last of them may still be about to go, and take a command with it.
@@ -321,7 +321,7 @@ void TestDatabaseFaults::lostConnectionsLeaveNothingBehind()
         SAYS(m_admin, fullCard());
     }
     QCOMPARE(m_service.openDescriptors(), before);
-    QCOMPARE(m_database->value("SELECT count(*) FROM pg_stat_activity WHERE usename = 'objects'").toInt(), 1);
+    QCOMPARE(m_database->value("SELECT count(*) FROM pg_stat_activity WHERE usename = 'objects_service'").toInt(), 1);
 }
 
 QTEST_GUILESS_MAIN(TestDatabaseFaults)

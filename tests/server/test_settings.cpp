@@ -217,7 +217,7 @@ void TestSettings::templateFillsWhatIsMissing()
     QCOMPARE(service.logTexts(), QStringList({kNoConnections, kStartOk}));
     QCOMPARE(
         database
-            ->value("SELECT count(*) FROM pg_stat_activity WHERE datname = current_database() AND usename = 'objects'")
+            ->value("SELECT count(*) FROM pg_stat_activity WHERE datname = current_database() AND usename = 'objects_service'")
             .toInt(),
         1);
     QFile file(service.path("frontier.ini"));
@@ -270,7 +270,7 @@ void TestSettings::missingColumnsAreAdded()
 {
     QFETCH(QString, dropped);
     const auto database = PgServer::shared().cloneDatabase();
-    database->run("ALTER TABLE \"Connections\" " + dropped);
+    database->run("ALTER TABLE \"Connections\" " + dropped + ", OWNER TO objects_service");
     ServiceProcess service;
     service.start(database->settings());
     QVERIFY2(service.waitForLog(kStartOk), qPrintable(service.story()));
@@ -281,8 +281,7 @@ void TestSettings::missingColumnsAreAdded()
 void TestSettings::failedUpgradeIsLoggedAndIgnored()
 {
     const auto database = PgServer::shared().cloneDatabase();
-    database->run("ALTER TABLE \"Connections\" DROP COLUMN \"Email\", DROP COLUMN \"Phone\", OWNER TO postgres");
-    database->run("GRANT SELECT ON \"Connections\" TO objects");
+    database->run("ALTER TABLE \"Connections\" DROP COLUMN \"Email\", DROP COLUMN \"Phone\"");
     ServiceProcess service;
     service.start(database->settings());
     QVERIFY2(service.waitForLog(kStartOk), qPrintable(service.story()));
@@ -303,7 +302,7 @@ void TestSettings::failedUpgradeIsLoggedAndIgnored()
 void TestSettings::failedLookStillAddsTheColumns()
 {
     const auto database = PgServer::shared().cloneDatabase();
-    database->run("ALTER TABLE \"Connections\" DROP COLUMN \"Email\", DROP COLUMN \"Phone\"");
+    database->run("ALTER TABLE \"Connections\" DROP COLUMN \"Email\", DROP COLUMN \"Phone\", OWNER TO objects_service");
     database->run("REVOKE SELECT ON information_schema.columns FROM PUBLIC");
     ServiceProcess service;
     service.start(database->settings());

@@ -175,11 +175,19 @@ void PgServer::prepareTemplate()
     administer(QStringLiteral("CREATE DATABASE %1 OWNER objects").arg(kTemplate));
     // All that reads by an index in production shall do so in tests, and no plan shall depend on the machine.
     administer(QStringLiteral("ALTER DATABASE %1 SET jit = off").arg(kTemplate));
+    runScript("objects", QStringLiteral(SCHEMA_PATH));
+    administer(QStringLiteral("CREATE ROLE objects_service LOGIN PASSWORD '%1'")
+                   .arg(QString::fromLatin1(rolePassword())));
+    runScript("postgres", QStringLiteral(ROLES_PATH));
+}
+
+void PgServer::runScript(const QString &role, const QString &path)
+{
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("LC_ALL", "C.UTF-8");
     runProgram("psql",
-               {"-X", "-q", "-h", socketFolder(), "-p", QString::number(m_port), "-U", "objects", "-d", kTemplate, "-v",
-                "ON_ERROR_STOP=1", "-f", QStringLiteral(SCHEMA_PATH)},
+               {"-X", "-q", "-h", socketFolder(), "-p", QString::number(m_port), "-U", role, "-d", kTemplate, "-v",
+                "ON_ERROR_STOP=1", "-f", path},
                environment);
 }
 
@@ -212,7 +220,7 @@ TestDatabase::~TestDatabase()
 
 QByteArray TestDatabase::settings() const
 {
-    return QStringLiteral("DbHost=%1\nDbPort=%2\nDbName=%3\nDbUser=objects\n")
+    return QStringLiteral("DbHost=%1\nDbPort=%2\nDbName=%3\nDbUser=objects_service\n")
         .arg(m_server.socketFolder())
         .arg(m_server.port())
         .arg(m_name)

@@ -11,8 +11,9 @@ namespace support {
 
 class TestDatabase;
 
-/// A throw-away PostgreSQL cluster. The role "objects" (may log in and create databases, password rolePassword())
-/// owns a template database that holds the schema of a fresh installation.
+/// A throw-away PostgreSQL cluster. The role "objects" (may log in and create databases) owns a template database that
+/// holds the schema of a fresh installation; "objects_service" is the role of roles.sql, with which services run. The
+/// password of both is rolePassword().
 class PgServer
 {
 public:
@@ -45,6 +46,8 @@ public:
 private:
     explicit PgServer(const QString &folder, bool owned);
     void prepareTemplate();
+    /// Runs a file of SQL in the template database.
+    void runScript(const QString &role, const QString &path);
 
     QString m_folder;
     int m_port = 0;
@@ -60,7 +63,7 @@ public:
     Q_DISABLE_COPY_MOVE(TestDatabase)
 
     [[nodiscard]] QString name() const { return m_name; }
-    /// The Db lines of a settings file: the Unix socket, role "objects".
+    /// The Db lines of a settings file: the Unix socket, role "objects_service".
     [[nodiscard]] QByteArray settings() const;
 
     /// Fails the process's run loudly when the statement fails: a test's own statements are never wrong on purpose.

@@ -65,11 +65,11 @@ void RegistrySite::closeDatabaseToService()
 {
     PgServer::shared().administer(QStringLiteral("ALTER DATABASE %1 ALLOW_CONNECTIONS false").arg(database->name()));
     database->run("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = current_database() AND "
-                  "usename = 'objects'");
+                  "usename = 'objects_service'");
     const bool gone = ServiceProcess::waitUntil([this] {
         return database
                    ->value("SELECT count(*) FROM pg_stat_activity WHERE datname = current_database() AND usename = "
-                           "'objects'")
+                           "'objects_service'")
                    .toInt() == 0;
     });
     if (!gone)
@@ -96,12 +96,12 @@ RightTaken::RightTaken(TestDatabase &database, const QString &action, const QStr
     : m_database(database)
     , m_right(action + " ON " + table)
 {
-    m_database.run("REVOKE " + m_right + " FROM objects");
+    m_database.run("REVOKE " + m_right + " FROM objects_service");
 }
 
 RightTaken::~RightTaken()
 {
-    m_database.run("GRANT " + m_right + " TO objects");
+    m_database.run("GRANT " + m_right + " TO objects_service");
 }
 
 } // namespace support

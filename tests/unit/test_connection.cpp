@@ -3,6 +3,8 @@
 
 #include <QTest>
 
+#include <csignal>
+
 using database::Connection;
 using database::Value;
 using namespace support;
@@ -24,10 +26,7 @@ class TestConnection : public QObject
         db.setDatabaseName(name);
     }
 
-    int backend()
-    {
-        return m_connection.query("select pg_backend_pid()").integer(0, 0);
-    }
+    int backend() { return m_connection.query("select pg_backend_pid()").integer(0, 0); }
 
 private slots:
     void init()
@@ -99,20 +98,24 @@ private slots:
 
     void bindsValuesInOrder()
     {
-        QVERIFY(m_connection.query(R"(insert into "Objects_property" ("Id_objects","Name","Value","Visible") values (?,?,?,?))",
-                                   {Value::integer(-5), Value::text(QStringLiteral("it's \\x41 $1 ?")),
-                                    Value::bytes(QByteArray("\0'\\", 3)), Value::boolean(false)})
+        QVERIFY(m_connection
+                    .query(R"(insert into "Objects_property" ("Id_objects","Name","Value","Visible") values (?,?,?,?))",
+                           {Value::integer(-5), Value::text(QStringLiteral("it's \\x41 $1 ?")),
+                            Value::bytes(QByteArray("\0'\\", 3)), Value::boolean(false)})
                     .ok());
-        QCOMPARE(m_database->rows(R"(select "Id_objects", "Name", encode("Value", 'hex'), "Visible" from "Objects_property")"),
+        QCOMPARE(m_database->rows(
+                     R"(select "Id_objects", "Name", encode("Value", 'hex'), "Visible" from "Objects_property")"),
                  QStringList({"-5|it's \\x41 $1 ?|00275c|false"}));
     }
 
     void keepsNullAndEmptyApart()
     {
         const QString insert = R"(insert into "Objects_property" ("Id_objects","Name","Value") values (?,?,?))";
-        QVERIFY(m_connection.query(insert, {Value::integer(1), Value::text(QString()), Value::bytes(QByteArray())}).ok());
+        QVERIFY(
+            m_connection.query(insert, {Value::integer(1), Value::text(QString()), Value::bytes(QByteArray())}).ok());
         QVERIFY(m_connection.query(insert, {Value::integer(2), Value::text(""), Value::bytes("")}).ok());
-        QCOMPARE(m_database->rows(R"(select "Id_objects", "Name" is null, "Value" is null from "Objects_property" order by 1)"),
+        QCOMPARE(m_database->rows(
+                     R"(select "Id_objects", "Name" is null, "Value" is null from "Objects_property" order by 1)"),
                  QStringList({"1|true|true", "2|false|false"}));
     }
 
@@ -224,6 +227,88 @@ private slots:
         m_connection.beginCommand();
         QVERIFY(!m_connection.query("select 1").ok());
         QCOMPARE(outages, 2);
+    }
+
+    void undoesWhatAForeignScriptDoesToTheSession_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("search path") << "set search_path = pg_catalog";
+        QTest::newRow("by a select") << "select set_config('search_path', 'pg_catalog', false)";
+        QTest::newRow("encoding") << "set client_encoding = 'LATIN1'";
+        QTest::newRow("role") << "set role pg_read_all_data";
+        QTest::newRow("prepared") << "deallocate all";
+        QTest::newRow("hidden table") << "create temp table \"Groups\" (x int)";
+    }
+
+    void undoesWhatAForeignScriptDoesToTheSession()
+    {
+        QFETCH(QString, text);
+        (void)m_connection.foreignScript(text);
+        m_connection.beginCommand();
+        QVERIFY(m_connection
+                    .query(R"(insert into "Groups" ("Id", "Name") values (?, ?))",
+                           {Value::integer(1), Value::text(QStringLiteral("группа"))})
+                    .ok());
+        QCOMPARE(m_database->value(R"(select "Name" from "Groups")").toString(), QStringLiteral("группа"));
+    }
+
+    void givesTheLastResultOfAForeignScript()
+    {
+        const auto rows = m_connection.foreignScript("select 1; select '17'::text union all select '2.6'");
+        QCOMPARE(rows.rowCount(), 2);
+        QCOMPARE(rows.integer(0, 0), 17);
+        QCOMPARE(rows.integer(1, 0), 3);
+    }
+
+    void boundsAStatement_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("plain") << "select pg_sleep(600)";
+        QTest::newRow("with the server's limit off") << "set statement_timeout = 0; select pg_sleep(600)";
+    }
+
+    void boundsAStatement()
+    {
+        QFETCH(QString, text);
+        m_connection.setStatementTimeout(std::chrono::milliseconds(200));
+        m_connection.beginCommand();
+        QVERIFY(!m_connection.foreignScript(text).ok());
+        QVERIFY(!m_connection.query("select pg_sleep(600)").ok());
+        m_connection.beginCommand();
+        QVERIFY(m_connection.query("select 1").ok());
+        // The limit holds on after a reset.
+        QCOMPARE(m_connection.query("show statement_timeout").text(0, 0), QString("200ms"));
+    }
+
+    void givesUpAServerThatAnswersNothing()
+    {
+        const auto server = PgServer::own();
+        QSqlDatabase::removeDatabase("tested");
+        addDatabase(*server, "postgres");
+        m_connection.setName("tested");
+        m_connection.setStatementTimeout(std::chrono::milliseconds(200));
+        m_connection.beginCommand();
+        const int stopped = backend();
+        QVERIFY(stopped > 0);
+        // A backend that is stopped takes the statement and says nothing; it can be cancelled by nobody.
+        QCOMPARE(::kill(stopped, SIGSTOP), 0);
+        QVERIFY(!m_connection.query("select 1").ok());
+        QVERIFY(m_connection.lastError().isValid());
+        m_connection.beginCommand();
+        QVERIFY(m_connection.query("select 1").ok());
+        QCOMPARE(::kill(stopped, SIGCONT), 0);
+    }
+
+    void tellsWhyTheServerEndedTheSession()
+    {
+        QVERIFY(!m_connection.query("select pg_terminate_backend(pg_backend_pid())").ok());
+        QCOMPARE(m_connection.lastError().nativeErrorCode(), QString("57P01"));
+    }
+
+    void sendsATextLargerThanTheSocketHolds()
+    {
+        const QByteArray large(20 * 1024 * 1024, 'x');
+        QCOMPARE(m_connection.query("select length(?::bytea)", {Value::bytes(large)}).integer(0, 0), int(large.size()));
     }
 
     void failsWithoutAnyDatabase()

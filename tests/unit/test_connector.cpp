@@ -39,13 +39,14 @@ public:
         return m_caller;
     }
 
-    /// Everything said so far, once it is at least `size` bytes. The event loop runs meanwhile: greetings are not flushed.
+    /// Everything said so far, once it is at least `size` bytes. The event loop runs meanwhile: greetings are not
+    /// flushed.
     QByteArray received(qsizetype size)
     {
         const bool enough = caller() && QTest::qWaitFor([&] {
-            m_received += caller()->readAll();
-            return m_received.size() >= size;
-        });
+                                m_received += caller()->readAll();
+                                return m_received.size() >= size;
+                            });
         return enough ? m_received : QByteArray();
     }
 
@@ -229,7 +230,8 @@ private slots:
         tick(connector);
         QStringList seen;
         connect(&connector, &TConnector::NewCommand, this, [&](QByteArray &name, QByteArray &request, int id) {
-            seen.append(QStringLiteral("command %1 %2 %3").arg(QString::fromUtf8(name), QString::fromUtf8(request)).arg(id));
+            seen.append(
+                QStringLiteral("command %1 %2 %3").arg(QString::fromUtf8(name), QString::fromUtf8(request)).arg(id));
         });
         connect(&connector, &TConnector::NewAction, this,
                 [&](QByteArray &name, QByteArray &message, QByteArray &content, QColor &colour, int id) {
@@ -238,14 +240,18 @@ private slots:
                                          QString::fromUtf8(content), colour.name())
                                     .arg(id));
                 });
-        connect(&connector, &TConnector::NewBusMessage, this, [&](const QByteArray &iface, const QByteArray &content, int id) {
-            seen.append(QStringLiteral("message %1 %2 %3").arg(QString::fromUtf8(iface), QString::fromUtf8(content)).arg(id));
-        });
+        connect(&connector, &TConnector::NewBusMessage, this,
+                [&](const QByteArray &iface, const QByteArray &content, int id) {
+                    seen.append(QStringLiteral("message %1 %2 %3")
+                                    .arg(QString::fromUtf8(iface), QString::fromUtf8(content))
+                                    .arg(id));
+                });
         connect(&connector, &TConnector::NewData, this, [&](unsigned char version, QByteArray &content) {
             seen.append(QStringLiteral("data %1 %2").arg(version).arg(QString::fromUtf8(content)));
         });
-        admin.say(command("C", "req", 4) + action("A", "m", "d", red(), -1) + frame(0xCC, bytes("i") + bytes("b") + i32(6))
-                  + data(255, "x") + data(7, "") + i32(0) + data(0, "zero"));
+        admin.say(command("C", "req", 4) + action("A", "m", "d", red(), -1) +
+                  frame(0xCC, bytes("i") + bytes("b") + i32(6)) + data(255, "x") + data(7, "") + i32(0) +
+                  data(0, "zero"));
         QTRY_COMPARE(seen, QStringList({"command C req 4", "action A m d #ff0000 -1", "message i b 6", "data 255 x",
                                         "data 0 zero"}));
     }
@@ -318,8 +324,8 @@ private slots:
         int commands = 0;
         connect(&connector, &TConnector::NewData, this, [&] { ++arrived; });
         connect(&connector, &TConnector::NewCommand, this, [&] { ++commands; });
-        admin.say(data(1, "before") + command("Watch_Arrow_On", "", 3) + data(200 - 1, "P")
-                  + command("Watch_Arrow_Off", "", 3) + data(1, "after"));
+        admin.say(data(1, "before") + command("Watch_Arrow_On", "", 3) + data(200 - 1, "P") +
+                  command("Watch_Arrow_Off", "", 3) + data(1, "after"));
         QTRY_COMPARE(arrived, 3);
         QCOMPARE(commands, 0);
         const QByteArray expected = greeted + action("Watch_Arrow", "199", "P", blue(), -1);
@@ -352,6 +358,21 @@ private slots:
         QCOMPARE(keen.state(), QLocalSocket::ConnectedState);
         connector.SetDataAll(1, "more");
         QCOMPARE(readFrom(keen, 1), data(1, "more"));
+    }
+
+    void doesNotSendWhatPeersWouldNotTake()
+    {
+        const QString own = newPath();
+        TConnector connector(nullptr);
+        connector.SetServerName(own);
+        tick(connector);
+        QLocalSocket client;
+        client.connectToServer(own);
+        QTRY_COMPARE(logLines().count("New In Connection "), 1);
+        connector.SetDataAll(1, QByteArray(50'000'000 - 4, 'x'));
+        connector.SetDataAll(1, "next");
+        QCOMPARE(logLines().last(), QString("Frame not sent: 50000005 bytes are too many"));
+        QCOMPARE(readFrom(client, 1), data(1, "next"));
     }
 
     void deliversNothingAfterTheStop()

@@ -10,10 +10,7 @@ class TestFrame : public QObject
     Q_OBJECT
 
 private slots:
-    void buildsAGreeting()
-    {
-        QCOMPARE(bus::encode(bus::Greeting{"srv"}), hex("00 00 00 08 C8 00 00 00 03 73 72 76"));
-    }
+    void buildsAGreeting() { QCOMPARE(bus::encode(bus::Greeting{"srv"}), hex("00 00 00 08 C8 00 00 00 03 73 72 76")); }
 
     void buildsAnAction()
     {
@@ -35,10 +32,7 @@ private slots:
                  hex("00 00 00 0E CC 00 00 00 01 69 00 00 00 00 00 00 01 02"));
     }
 
-    void buildsDataOfAKind()
-    {
-        QCOMPARE(bus::encode(bus::Data{1, "xy"}), hex("00 00 00 07 01 00 00 00 02 78 79"));
-    }
+    void buildsDataOfAKind() { QCOMPARE(bus::encode(bus::Data{1, "xy"}), hex("00 00 00 07 01 00 00 00 02 78 79")); }
 
     void readsBackWhatItBuilds()
     {

@@ -136,16 +136,6 @@ private slots:
         const auto after = mallinfo2();
         QVERIFY(after.uordblks + after.hblkhd < before.uordblks + before.hblkhd + 100000);
     }
-
-    void forgetsAHalfFrameWhenCleared()
-    {
-        FrameCutter cutter;
-        cutter.append(length(9) + "half");
-        takeAll(cutter);
-        cutter.clear();
-        cutter.append(length(3) + "new");
-        QCOMPARE(takeAll(cutter), QList<QByteArray>({"new"}));
-    }
 };
 
 QTEST_GUILESS_MAIN(TestFrameCutter)

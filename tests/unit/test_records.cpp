@@ -37,9 +37,9 @@ SensorInfoX sampleSensor()
     return {"s", QString(), 2, 7, 'v', {"a", "b"}, QString(""), QByteArray()};
 }
 
-constexpr const char *kSensorTail = "FF FF FF FF  00 00 00 02  00 07  00 76"                 // measure to vid
-                                    "00 00 00 02  00 00 00 02 00 61  00 00 00 02 00 62"      // two labels
-                                    "00 00 00 00  FF FF FF FF";                              // calculate, rate
+constexpr const char *kSensorTail = "FF FF FF FF  00 00 00 02  00 07  00 76"            // measure to vid
+                                    "00 00 00 02  00 00 00 02 00 61  00 00 00 02 00 62" // two labels
+                                    "00 00 00 00  FF FF FF FF";                         // calculate, rate
 
 } // namespace
 
@@ -125,8 +125,8 @@ private slots:
     void leavesALyingListOfLabelsEmpty()
     {
         QFETCH(QByteArray, count);
-        const QByteArray bytes = hex("00 00 00 02 00 73  FF FF FF FF  00 00 00 02  00 07  00 76") + count
-            + hex("00 00 00 02 00 61  00 00 00 02 00 62");
+        const QByteArray bytes = hex("00 00 00 02 00 73  FF FF FF FF  00 00 00 02  00 07  00 76") + count +
+                                 hex("00 00 00 02 00 61  00 00 00 02 00 62");
         const auto sensor = readBack<SensorInfoX>(bytes);
         QCOMPARE(sensor.vid, qint16('v'));
         QVERIFY(sensor.enumeration.isEmpty());

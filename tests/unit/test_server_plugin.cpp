@@ -75,8 +75,9 @@ private slots:
         QVERIFY(admin.waitForNewConnection(5000));
         QLocalSocket *link = admin.nextPendingConnection();
         module.SendBusMessage("iface", "data", 9);
-        const QByteArray expected = greeting(m_folder.filePath("own").toUtf8())
-            + hex("00 00 00 16 CC 00 00 00 05 69 66 61 63 65 00 00 00 04 64 61 74 61 00 00 00 09");
+        const QByteArray expected =
+            greeting(m_folder.filePath("own").toUtf8()) +
+            hex("00 00 00 16 CC 00 00 00 05 69 66 61 63 65 00 00 00 04 64 61 74 61 00 00 00 09");
         QTRY_COMPARE(link->bytesAvailable(), expected.size());
         QCOMPARE(link->readAll(), expected);
         module.Start();

@@ -40,7 +40,8 @@ private slots:
     void addsWhatTheTemplateHasAndTheSettingsLack()
     {
         const QString path = write("a.ini", "[Base]\nLog=2\nDbPassword=p;w\nDbHost=a,b\n");
-        QSettings pattern(write("a.template.ini", "[Base]\nLog=1\nDbName=new\n[More]\nx=y\n"), QSettings::IniFormat);
+        QSettings pattern(write("a.template.ini", "[Base]\nLog=1\nDbName=new\nDbOptions=a=1;b=2\n[More]\nx=y\n"),
+                          QSettings::IniFormat);
         {
             QSettings settings(path, QSettings::IniFormat);
             rebuildSettingsByTemplate(settings, pattern);
@@ -49,6 +50,7 @@ private slots:
         QCOMPARE(settingText(rebuilt, "Base/Log", ""), QString("2"));
         QCOMPARE(settingText(rebuilt, "Base/DbName", ""), QString("new"));
         QCOMPARE(settingText(rebuilt, "More/x", ""), QString("y"));
+        QCOMPARE(settingText(rebuilt, "Base/DbOptions", ""), QString("a=1;b=2"));
         QCOMPARE(settingText(rebuilt, "Base/DbPassword", ""), QString("p;w"));
         QCOMPARE(settingText(rebuilt, "Base/DbHost", ""), QString("a,b"));
     }

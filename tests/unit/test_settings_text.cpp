@@ -32,9 +32,11 @@ private slots:
         QTest::newRow("empty") << QByteArray("") << "";
         QTest::newRow("comma") << QByteArray("h1,h2") << "h1,h2";
         QTest::newRow("quoted comma") << QByteArray("\"h1,h2\"") << "h1,h2";
+        QTest::newRow("comma and blank") << QByteArray("a, b ,c") << "a, b ,c";
         QTest::newRow("semicolon") << QByteArray("p;w") << "p;w";
         QTest::newRow("quoted semicolon") << QByteArray("\"p;w\"") << "p;w";
-        QTest::newRow("options") << QByteArray("sslmode=disable;connect_timeout=3") << "sslmode=disable;connect_timeout=3";
+        QTest::newRow("options") << QByteArray("sslmode=disable;connect_timeout=3")
+                                 << "sslmode=disable;connect_timeout=3";
         QTest::newRow("both") << QByteArray("a,b;c") << "a,b;c";
         QTest::newRow("only a semicolon") << QByteArray(";") << ";";
         QTest::newRow("quoted, then bare") << QByteArray("\"a;b\";c") << "a;b;c";

@@ -37,6 +37,7 @@ private slots:
         row("TConnector", "Connection In Error: %0\n");
         row("TConnector", "Connection in disconnection: %0\n");
         row("TConnector", "Connection cut off: %0 leaves %1 bytes unread\n");
+        row("TConnector", "Frame not sent: %0 bytes are too many\n");
         row("TConnector", "Admin connection is closed. Stopping application.");
     }
 
@@ -47,7 +48,8 @@ private slots:
         QTranslator translator;
         QVERIFY(translator.load(TRANSLATION_PATH));
         const QString russian = translator.translate(context.constData(), text.constData());
-        QVERIFY(std::any_of(russian.begin(), russian.end(), [](QChar c) { return c.script() == QChar::Script_Cyrillic; }));
+        QVERIFY(
+            std::any_of(russian.begin(), russian.end(), [](QChar c) { return c.script() == QChar::Script_Cyrillic; }));
         QCOMPARE(placeholders(russian), placeholders(QString::fromUtf8(text)));
         QCOMPARE(russian.endsWith(u'\n'), text.endsWith('\n'));
     }

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <libpq-fe.h>
+
+#include <chrono>
+
+namespace database {
+
+/// Sees what has been handed to libpq on `connection` through: sends it and waits for the results. Gives the last one,
+/// or the first that leaves the session in a COPY, or the server's reason where it ended the session; null when there
+/// is none. The caller owns it.
+///
+/// The server bounds a statement by its own timeout, which a client's text can switch off and which a server that hangs
+/// does not keep. So a connection on which nothing moves for `limit` and a grace is given up: its socket is shut, and
+/// it counts as lost. A limit of 0 is none.
+[[nodiscard]] PGresult *waitForResult(PGconn *connection, std::chrono::milliseconds limit);
+
+} // namespace database

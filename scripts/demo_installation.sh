@@ -93,6 +93,7 @@ make_registry() {
             sql postgres postgres -c 'CREATE DATABASE objects_new OWNER objects' &&
             sql objects objects_new -f "$root/schema/schema.sql" &&
             sql objects objects_new -f "$root/schema/demo.sql" &&
+            sql postgres objects_new -f "$root/schema/roles.sql" &&
             sql postgres postgres -c 'ALTER DATABASE objects_new RENAME TO objects'
     } >"$log" 2>&1 || fail "the sample registry could not be made" "$log"
 }
@@ -108,7 +109,8 @@ ServerName="$events"
 DbHost="$state/cluster/socket"
 DbPort=5432
 DbName=objects
-DbUser=objects
+DbUser=objects_service
+DbStatementTimeout=60000
 INI
 }
 

@@ -511,7 +511,6 @@ void TestPersonalSetup::recordComesBeforeTheChange()
     m_admin.send(support::command(name, request, kOperator));
     RECORDS(m_client, kRecord);
     QVERIFY(lock.isWaitedFor());
-    QTest::qWait(100);
     QVERIFY2(m_admin.isSilent(), "answered or announced before the change");
     lock.release();
     SAYS(m_admin, support::emptyAnswer(name, kOperator));

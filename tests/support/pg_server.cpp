@@ -176,8 +176,8 @@ void PgServer::prepareTemplate()
     // All that reads by an index in production shall do so in tests, and no plan shall depend on the machine.
     administer(QStringLiteral("ALTER DATABASE %1 SET jit = off").arg(kTemplate));
     runScript("objects", QStringLiteral(SCHEMA_PATH));
-    administer(QStringLiteral("CREATE ROLE objects_service LOGIN PASSWORD '%1'")
-                   .arg(QString::fromLatin1(rolePassword())));
+    administer(
+        QStringLiteral("CREATE ROLE objects_service LOGIN PASSWORD '%1'").arg(QString::fromLatin1(rolePassword())));
     runScript("postgres", QStringLiteral(ROLES_PATH));
 }
 

@@ -85,7 +85,8 @@ void TestDatabaseFaults::initTestCase()
     m_server = PgServer::own();
     m_database = m_server->cloneDatabase();
     m_database->run("INSERT INTO \"Connections\" (\"Id\", \"Login\") VALUES (4, 'ivanov')");
-    m_database->run("ALTER TABLE \"Connections\" DROP COLUMN \"Email\", DROP COLUMN \"Phone\", OWNER TO objects_service");
+    m_database->run(
+        "ALTER TABLE \"Connections\" DROP COLUMN \"Email\", DROP COLUMN \"Phone\", OWNER TO objects_service");
     fillCard();
     m_database->disconnect();
     m_server->stop();
@@ -100,7 +101,8 @@ void TestDatabaseFaults::fillCard()
 
 void TestDatabaseFaults::endServicesConnection()
 {
-    const QString process = m_database->value("SELECT pid FROM pg_stat_activity WHERE usename = 'objects_service'").toString();
+    const QString process =
+        m_database->value("SELECT pid FROM pg_stat_activity WHERE usename = 'objects_service'").toString();
     QVERIFY(!process.isEmpty());
     m_database->run(QStringLiteral("SELECT pg_terminate_backend(%1)").arg(process));
     // Its row goes a moment before its socket.
@@ -219,8 +221,8 @@ void TestDatabaseFaults::commandInFlightFailsAndTheNextWorks()
     QVERIFY(ServiceProcess::waitUntil([&] {
         m_database->run("SELECT pg_stat_clear_snapshot()");
         return m_database
-                   ->value(
-                       "SELECT count(*) FROM pg_stat_activity WHERE usename = 'objects_service' AND wait_event_type = 'Lock'")
+                   ->value("SELECT count(*) FROM pg_stat_activity WHERE usename = 'objects_service' AND "
+                           "wait_event_type = 'Lock'")
                    .toInt() == 1;
     }));
     if (isKilled) {

@@ -215,11 +215,11 @@ void TestSettings::templateFillsWhatIsMissing()
     service.startWith({});
     QVERIFY2(service.waitForLog(kStartOk), qPrintable(service.story()));
     QCOMPARE(service.logTexts(), QStringList({kNoConnections, kStartOk}));
-    QCOMPARE(
-        database
-            ->value("SELECT count(*) FROM pg_stat_activity WHERE datname = current_database() AND usename = 'objects_service'")
-            .toInt(),
-        1);
+    QCOMPARE(database
+                 ->value("SELECT count(*) FROM pg_stat_activity WHERE datname = current_database() AND usename = "
+                         "'objects_service'")
+                 .toInt(),
+             1);
     QFile file(service.path("frontier.ini"));
     QVERIFY(file.open(QIODevice::ReadOnly));
     const QByteArray content = file.readAll();

@@ -1,5 +1,7 @@
 #include "bench/bare_connection.h"
 
+#include <QVarLengthArray>
+
 #include <stdexcept>
 
 namespace bench {
@@ -24,16 +26,31 @@ Rows BareConnection::text(const QByteArray &statement)
     return checked(PQexec(m_connection, statement.constData()));
 }
 
-Rows BareConnection::binary(const QByteArray &statement)
+Rows BareConnection::binary(const QByteArray &statement, const QList<database::Value> &values)
 {
+    QVarLengthArray<const char *, 16> data;
+    QVarLengthArray<int, 16> sizes;
+    QVarLengthArray<int, 16> formats;
+    for (const database::Value &value : values) {
+        data.append(value.data());
+        sizes.append(value.size());
+        formats.append(value.isBinary() ? 1 : 0);
+    }
     constexpr int kBinary = 1;
-    return checked(PQexecParams(m_connection, statement.constData(), 0, nullptr, nullptr, nullptr, nullptr, kBinary));
+    return checked(PQexecParams(m_connection, statement.constData(), static_cast<int>(values.size()), nullptr,
+                                data.constData(), sizes.constData(), formats.constData(), kBinary));
+}
+
+void BareConnection::execute(const QByteArray &statement, const QList<database::Value> &values)
+{
+    (void)binary(statement, values);
 }
 
 Rows BareConnection::checked(PGresult *result) const
 {
     Rows rows(result);
-    if (PQresultStatus(result) != PGRES_TUPLES_OK)
+    const ExecStatusType status = PQresultStatus(result);
+    if (status != PGRES_TUPLES_OK && status != PGRES_COMMAND_OK)
         throw std::runtime_error(PQerrorMessage(m_connection));
     return rows;
 }

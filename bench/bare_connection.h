@@ -1,6 +1,9 @@
 #pragma once
 
+#include "database/value.h"
+
 #include <QByteArray>
+#include <QList>
 #include <QtGlobal>
 
 #include <libpq-fe.h>
@@ -29,8 +32,11 @@ public:
     /// PQexec: the simple protocol, values as text.
     [[nodiscard]] Rows text(const QByteArray &statement);
 
-    /// PQexecParams without parameters: the extended protocol, values in binary form.
-    [[nodiscard]] Rows binary(const QByteArray &statement);
+    /// PQexecParams: the extended protocol, the rows' values in binary form. `values` take the places "$1", "$2", ...
+    [[nodiscard]] Rows binary(const QByteArray &statement, const QList<database::Value> &values = {});
+
+    /// The same for a statement whose rows do not matter, if it has any.
+    void execute(const QByteArray &statement, const QList<database::Value> &values = {});
 
 private:
     [[nodiscard]] Rows checked(PGresult *result) const;

@@ -2,6 +2,7 @@
 
 #include <QtEndian>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
@@ -59,36 +60,41 @@ void Link::send(const QByteArray &bytes)
     }
 }
 
-const QByteArray &Link::receive()
+const QByteArray &Link::receive(int frames)
 {
-    if (!receiveOrEnd())
+    if (!receiveOrEnd(frames))
         throw std::runtime_error("the other end has closed the link");
-    return m_frame;
+    return m_frames;
 }
 
-bool Link::receiveOrEnd()
+bool Link::receiveOrEnd(int frames)
 {
-    m_frame.resize(kRoomBytes);
-    qsizetype wanted = kLengthBytes;
+    m_frames.resize(kRoomBytes);
     qsizetype arrived = 0;
-    while (arrived < wanted) {
+    qsizetype whole = 0; // of it, in frames that are complete
+    while (frames > 0) {
+        qsizetype end = whole + kLengthBytes;
+        if (arrived >= end)
+            end += qFromBigEndian<qint32>(m_frames.constData() + whole);
+        if (arrived >= end) {
+            whole = end;
+            --frames;
+            continue;
+        }
+        if (end > m_frames.size() || arrived == m_frames.size())
+            m_frames.resize(std::max(end, arrived + kRoomBytes));
         waitFor(m_descriptor, POLLIN, "no answer in 30 s");
         const auto got =
-            ::read(m_descriptor, m_frame.data() + arrived, static_cast<std::size_t>(m_frame.size() - arrived));
+            ::read(m_descriptor, m_frames.data() + arrived, static_cast<std::size_t>(m_frames.size() - arrived));
         if (got < 0)
             fail("the link cannot be read");
         if (got == 0)
             return false;
         arrived += got;
-        if (arrived < kLengthBytes)
-            continue;
-        wanted = kLengthBytes + qFromBigEndian<qint32>(m_frame.constData());
-        if (wanted > m_frame.size())
-            m_frame.resize(wanted);
     }
-    if (arrived != wanted)
+    if (arrived != whole)
         throw std::runtime_error("more arrived than was asked for");
-    m_frame.resize(wanted);
+    m_frames.resize(whole);
     return true;
 }
 

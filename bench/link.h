@@ -19,16 +19,16 @@ public:
 
     void send(const QByteArray &bytes);
 
-    /// The next frame with its length; valid until the next call. No byte of a further frame may have arrived with it:
-    /// the two ends take turns.
-    [[nodiscard]] const QByteArray &receive();
+    /// The next frames with their lengths, one behind the other; valid until the next call. No byte of a further frame
+    /// may have arrived with them: the two ends take turns.
+    [[nodiscard]] const QByteArray &receive(int frames = 1);
 
     /// The same, of a peer that may end the link instead: false once it has.
-    [[nodiscard]] bool receiveOrEnd();
+    [[nodiscard]] bool receiveOrEnd(int frames = 1);
 
 private:
     int m_descriptor;
-    QByteArray m_frame;
+    QByteArray m_frames;
 };
 
 /// Listens under `path`, which must not exist, takes the first link that is made and removes the path again.

@@ -1,17 +1,13 @@
+#include "bench/attended_service.h"
 #include "bench/frame_figures.h"
 #include "bench/interleaved.h"
-#include "bench/link.h"
 #include "bench/report.h"
 #include "bench/round_trip_figures.h"
-
-#include "bus/frame.h"
 
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
 #include <exception>
-#include <memory>
-#include <stdexcept>
 #include <string>
 
 namespace {
@@ -24,16 +20,6 @@ struct Options
     int rounds = 200;
 };
 
-/// Waits for the service as the administration server does. The service begins with a greeting.
-std::unique_ptr<bench::Link> attendService(const std::string &path)
-{
-    auto link = std::make_unique<bench::Link>(bench::acceptOne(path));
-    const bus::Frame greeting = bus::decode(link->receive().sliced(sizeof(qint32)));
-    if (!std::holds_alternative<bus::Greeting>(greeting))
-        throw std::runtime_error("the service did not begin with a greeting");
-    return link;
-}
-
 void showProgress(int round, int rounds)
 {
     constexpr int kEvery = 20;
@@ -43,8 +29,7 @@ void showProgress(int round, int rounds)
 
 void measure(const Options &options)
 {
-    std::fprintf(stderr, "waiting for the service: it connects 5 s after its start\n");
-    bench::RoundTrips roundTrips(attendService(options.admin), options.database, options.objects);
+    bench::RoundTrips roundTrips(bench::attendService(options.admin), options.database, options.objects);
 
     bench::Interleaved measured;
     std::vector<bench::Figure> figures = bench::addFrameFigures(measured);

@@ -9,7 +9,16 @@ namespace {
 constexpr double kNanosecondsPerSecond = 1e9;
 constexpr int kTableWidth = 141;
 
-/// Three digits that count, with the unit that suits.
+std::string referenceNames(const Interleaved &measured, const std::vector<Interleaved::Id> &references)
+{
+    std::string names;
+    for (const auto id : references)
+        names += (names.empty() ? "" : " + ") + measured.name(id);
+    return names;
+}
+
+} // namespace
+
 std::string timeText(double nanoseconds)
 {
     const char *unit = "ns";
@@ -22,20 +31,14 @@ std::string timeText(double nanoseconds)
         value /= 1000;
         unit = "ms";
     }
+    if (value >= 10'000) {
+        value /= 1000;
+        unit = "s";
+    }
     char text[32];
     std::snprintf(text, sizeof text, "%.*f %s", value < 10 ? 2 : value < 100 ? 1 : 0, value, unit);
     return text;
 }
-
-std::string referenceNames(const Interleaved &measured, const std::vector<Interleaved::Id> &references)
-{
-    std::string names;
-    for (const auto id : references)
-        names += (names.empty() ? "" : " + ") + measured.name(id);
-    return names;
-}
-
-} // namespace
 
 void printReport(const Interleaved &measured, const std::vector<Figure> &figures)
 {

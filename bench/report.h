@@ -14,6 +14,9 @@ struct Figure
     std::vector<Interleaved::Id> references; ///< together, one after the other
 };
 
+/// A time in the unit that suits, with the three digits that count.
+[[nodiscard]] std::string timeText(double nanoseconds);
+
 /// Prints the table to standard output.
 void printReport(const Interleaved &measured, const std::vector<Figure> &figures);
 

@@ -1,0 +1,101 @@
+# shellcheck shell=bash
+# What bench/run and bench/growth share: a private cluster with throw-away registries in the temporary folder, the
+# service on one of them, and a program that measures it. Read in by both, which set root (the project's folder).
+# Whatever was started is stopped and removed at the end, after a failure and after Ctrl-C.
+# shellcheck disable=SC2154 # root
+
+readonly bin=$root/build-bench/bin
+
+work=    # temporary folder of this run
+socket=  # folder of the cluster's socket
+port=    # its port
+service= # processes
+measuring=
+pinned=() # command in front of everything that takes part in the measurement
+
+say() { printf '%s\n' "$*" >&2; }
+
+fail() {
+    say "bench/${0##*/}: $*"
+    exit 1
+}
+
+positive() { [[ ${1:-} =~ ^[1-9][0-9]{0,6}$ ]] || usage; }
+
+# Ends a process of ours and waits until it is gone.
+end() {
+    if [[ -n $1 ]]; then
+        kill -TERM "$1" 2>/dev/null || true
+        wait "$1" 2>/dev/null || true
+    fi
+}
+
+clean_up() {
+    trap '' INT TERM HUP
+    end "$measuring"
+    end "$service"
+    if [[ -n $work ]]; then
+        if [[ -e $work/cluster ]]; then "$root/scripts/private_cluster" destroy "$work/cluster" >&2 || true; fi
+        rm -rf -- "$work"
+    fi
+}
+
+build() { # target
+    "$root/scripts/install_packages" >&2
+    say 'Building...'
+    (cd -- "$root" && cmake --preset bench && cmake --build --preset bench --target objects_server "$1") >&2
+}
+
+start_cluster() { # option of scripts/private_cluster ...
+    trap clean_up EXIT
+    trap 'exit 130' INT
+    trap 'exit 143' TERM HUP
+    # Settings of the caller's own PostgreSQL and Qt have no say here.
+    unset "${!PG@}" "${!QT_@}"
+    work=$(mktemp -d --tmpdir registry-bench-XXXXXX)
+    chmod 0755 -- "$work" # the database's user has to reach its own folder in it
+    "${pinned[@]}" "$root/scripts/private_cluster" start "$work/cluster" "$@" >&2
+    socket=$work/cluster/socket
+    port=$(cat -- "$work/cluster/port")
+}
+
+query() { psql -X -q -v ON_ERROR_STOP=1 -h "$socket" -p "$port" -U postgres "$@" >&2; }
+
+make_registry() { # database, file that fills it, option of psql ...
+    local name=$1 file=$2
+    shift 2
+    query -d postgres -c "CREATE DATABASE $name"
+    query -d "$name" -f "$root/schema/schema.sql"
+    query -d "$name" "$@" -f "$file"
+}
+
+# Starts the service and lets the program measure it, which must take the options --admin and --database.
+measure() { # database, program, argument ...
+    local database=$1 program=$2
+    shift 2
+    cat >"$work/objects_server.ini" <<INI
+[Base]
+LogName=$work/objects_server.log
+Log=1
+AdminServerName=$work/admin
+ServerName=$work/server
+DbHost=$socket
+DbPort=$port
+DbName=$database
+DbUser=postgres
+INI
+    (cd -- "$work" && exec "${pinned[@]}" "$bin/objects_server" -settings objects_server.ini) >"$work/output" 2>&1 &
+    service=$!
+    "${pinned[@]}" "$program" "$@" --admin "$work/admin" \
+        --database "host=$socket port=$port dbname=$database user=postgres" &
+    measuring=$!
+    if ! wait "$measuring"; then
+        measuring=
+        say 'The service had said:'
+        cat -- "$work/objects_server.log" "$work/output" >&2 || true
+        fail 'nothing was measured'
+    fi
+    measuring=
+    end "$service"
+    service=
+}

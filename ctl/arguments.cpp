@@ -31,20 +31,36 @@ CLI::Validator decimal(qint64 lowest, qint64 highest)
     return CLI::Validator(check, std::string());
 }
 
-Result<QList<qint32>> readObjectList(const std::string &text)
+Result<QList<qint32>> readNumberList(const std::string &text, const char *option, const char *thing)
 {
-    QList<qint32> objects;
+    QList<qint32> numbers;
     for (const QString &word : QString::fromStdString(text).split(u',')) {
         const auto number = readDecimal(word.trimmed(), 0, std::numeric_limits<qint32>::max());
         if (!number)
-            return Failure{
-                QStringLiteral("--objects: expected object numbers like 3,7,12, not \"%1\"").arg(printable(word)),
-                true};
-        if (objects.contains(qint32(*number)))
-            return Failure{QStringLiteral("--objects: object %1 is given twice").arg(*number), true};
-        objects.append(qint32(*number));
+            return Failure{QStringLiteral("%1: expected %2 numbers like 3,7,12, not \"%3\"")
+                               .arg(QLatin1String(option), QLatin1String(thing), printable(word)),
+                           true};
+        if (numbers.contains(qint32(*number)))
+            return Failure{QStringLiteral("%1: %2 %3 is given twice")
+                               .arg(QLatin1String(option), QLatin1String(thing), QString::number(*number)),
+                           true};
+        numbers.append(qint32(*number));
     }
-    return objects;
+    return numbers;
+}
+
+Result<QList<qint32>> readObjectList(const std::string &text)
+{
+    return readNumberList(text, "--objects", "object");
+}
+
+Outcome refuseQuote(const QString &name, const char *field, const char *instead)
+{
+    if (!name.contains(u'\''))
+        return std::nullopt;
+    return Failure{QStringLiteral("%1: the service cannot look for a name that holds a single quote; %2")
+                       .arg(QLatin1String(field), QLatin1String(instead)),
+                   true};
 }
 
 Result<QByteArray> readBase64(const std::string &text)

@@ -22,8 +22,21 @@ namespace ctl {
     return decimal(0, std::numeric_limits<qint32>::max());
 }
 
+/// -2147483647 to 2147483647: what may be negated.
+[[nodiscard]] inline CLI::Validator anyNumber()
+{
+    return decimal(-std::numeric_limits<qint32>::max(), std::numeric_limits<qint32>::max());
+}
+
 /// "3,7,12": at least one object number, none twice.
 [[nodiscard]] Result<QList<qint32>> readObjectList(const std::string &text);
+
+/// "3,7,12" as the value of `option`: at least one number from 0 to 2147483647, none twice. `thing`: what they number.
+[[nodiscard]] Result<QList<qint32>> readNumberList(const std::string &text, const char *option, const char *thing);
+
+/// Refuses a name with a single quote, which the service would put between such quotes in SQL as it is. `field`: where
+/// the name was given; `instead`: what can be done.
+[[nodiscard]] Outcome refuseQuote(const QString &name, const char *field, const char *instead);
 
 /// Bytes written in base64.
 [[nodiscard]] Result<QByteArray> readBase64(const std::string &text);

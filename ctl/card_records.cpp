@@ -2,14 +2,13 @@
 
 #include "ctl/json_text.h"
 #include "ctl/packed_values.h"
+#include "ctl/same_values.h"
 #include "ctl/table.h"
 #include "ctl/text.h"
 #include "keystone/stream.h"
 
 namespace ctl {
 namespace {
-
-constexpr int kSmallestProperty = 22; ///< bytes of a CardsProperty whose texts and value are empty
 
 /// 't', 'f' or 0: what the database makes of a flag's character. Nothing for a character that it refuses.
 std::optional<qint16> truthOf(qint16 flag)
@@ -34,11 +33,6 @@ std::optional<qint16> truthOf(qint16 flag)
     default:
         return std::nullopt;
     }
-}
-
-bool sameText(const QString &one, const QString &other)
-{
-    return one == other && one.isNull() == other.isNull();
 }
 
 QString visibleForPeople(qint16 flag)
@@ -117,19 +111,41 @@ QString cardTable(const Card &card)
     return table.text();
 }
 
-QString cardJson(qint32 object, const Card &card)
+QString propertyJson(const CardsProperty &property)
+{
+    return jsonObject({{QStringLiteral("id"), QString::number(property.id)},
+                       {QStringLiteral("name"), jsonText(property.name)},
+                       {QStringLiteral("description"), jsonText(property.description)},
+                       {QStringLiteral("type"), QString::number(property.type)},
+                       {QStringLiteral("value"), jsonBytes(property.value)},
+                       {QStringLiteral("visible"), jsonFlag(property.visible)}});
+}
+
+QString propertiesJson(const Card &card)
 {
     QStringList properties;
-    for (const CardsProperty &property : card) {
-        properties.append(jsonObject({{QStringLiteral("id"), QString::number(property.id)},
-                                      {QStringLiteral("name"), jsonText(property.name)},
-                                      {QStringLiteral("description"), jsonText(property.description)},
-                                      {QStringLiteral("type"), QString::number(property.type)},
-                                      {QStringLiteral("value"), jsonBytes(property.value)},
-                                      {QStringLiteral("visible"), jsonFlag(property.visible)}}));
-    }
+    for (const CardsProperty &property : card)
+        properties.append(propertyJson(property));
+    return jsonLines(properties);
+}
+
+QString cardJson(qint32 object, const Card &card)
+{
     return jsonObject(
-        {{QStringLiteral("object"), QString::number(object)}, {QStringLiteral("card"), jsonLines(properties)}});
+        {{QStringLiteral("object"), QString::number(object)}, {QStringLiteral("card"), propertiesJson(card)}});
+}
+
+CardsProperty readProperty(JsonFields &fields)
+{
+    CardsProperty property;
+    if (const QString id = QStringLiteral("id"); fields.has(id))
+        property.id = fields.int32(id);
+    property.name = fields.text(QStringLiteral("name"));
+    property.description = fields.text(QStringLiteral("description"));
+    property.type = fields.int32(QStringLiteral("type"));
+    property.value = fields.bytes(QStringLiteral("value"));
+    property.visible = fields.flag(QStringLiteral("visible"));
+    return property;
 }
 
 Result<Card> readCardJson(const QByteArray &text, qint32 object)
@@ -139,27 +155,14 @@ Result<Card> readCardJson(const QByteArray &text, qint32 object)
         return document.failure();
     JsonProblem problem;
     JsonFields fields(*document, QString(), problem);
-    const QString objectField = QStringLiteral("object");
-    if (fields.has(objectField) && fields.int32(objectField) != object) {
-        fields.note(objectField, QStringLiteral("expected %1, as on the command line; leave the field out to save "
-                                                "the card of one object to another")
-                                     .arg(object));
-    }
+    fields.expectObject(object, "card");
     const QString cardField = QStringLiteral("card");
     const QJsonArray properties = fields.array(cardField);
     Card card;
     for (qsizetype index = 0; index < properties.size() && !problem.found(); ++index) {
         JsonFields row(properties[index], fields.elementPath(cardField, index), problem);
-        CardsProperty property;
-        if (const QString id = QStringLiteral("id"); row.has(id))
-            property.id = row.int32(id);
-        property.name = row.text(QStringLiteral("name"));
-        property.description = row.text(QStringLiteral("description"));
-        property.type = row.int32(QStringLiteral("type"));
-        property.value = row.bytes(QStringLiteral("value"));
-        property.visible = row.flag(QStringLiteral("visible"));
+        card.append(readProperty(row));
         row.refuseOthers();
-        card.append(property);
     }
     fields.refuseOthers();
     if (problem.found())
@@ -170,7 +173,7 @@ Result<Card> readCardJson(const QByteArray &text, qint32 object)
 bool isStored(const CardsProperty &sent, const CardsProperty &stored)
 {
     return sameText(sent.name, stored.name) && sameText(sent.description, stored.description) &&
-           sent.type == stored.type && sent.value == stored.value && sent.value.isNull() == stored.value.isNull() &&
+           sent.type == stored.type && sameBytes(sent.value, stored.value) &&
            (sent.visible == stored.visible ||
             (truthOf(sent.visible) && truthOf(sent.visible) == truthOf(stored.visible)));
 }

@@ -12,6 +12,9 @@ namespace ctl {
 
 using Card = QList<CardsProperty>;
 
+/// Bytes of a CardsProperty whose texts and value are empty.
+inline constexpr int kSmallestProperty = 22;
+
 /// Decodes an answer of "Get_object_card_v2". An answer that is short, too long, promises more than it holds or is
 /// about another object is a failure.
 [[nodiscard]] Result<Card> decodeCard(const QByteArray &reply, qint32 object);
@@ -21,8 +24,17 @@ using Card = QList<CardsProperty>;
 
 [[nodiscard]] QString cardTable(const Card &card);
 
-/// {"object": N, "card": [...]}, one property on a line.
+/// One property, on one line.
+[[nodiscard]] QString propertyJson(const CardsProperty &property);
+
+/// An array, one property on a line.
+[[nodiscard]] QString propertiesJson(const Card &card);
+
+/// {"object": N, "card": [...]}
 [[nodiscard]] QString cardJson(qint32 object, const Card &card);
+
+/// Reads one property of what cardJson() writes. The caller calls refuseOthers().
+[[nodiscard]] CardsProperty readProperty(JsonFields &fields);
 
 /// Reads what cardJson() writes. "object" may be missing, else it must be `object`; ids may be missing and are ignored.
 [[nodiscard]] Result<Card> readCardJson(const QByteArray &text, qint32 object);

@@ -55,14 +55,16 @@ qint16 JsonFields::int16(const QString &name)
 
 QString JsonFields::text(const QString &name)
 {
-    const QJsonValue value = take(name);
-    if (value.isString()) {
-        const QString text = value.toString();
-        return text.isNull() ? QStringLiteral("") : text;
-    }
-    if (!value.isNull())
-        note(name, QStringLiteral("expected a string or null"));
-    return {};
+    return textFrom(take(name), pathOf(name));
+}
+
+QStringList JsonFields::texts(const QString &name)
+{
+    const QJsonArray values = array(name);
+    QStringList texts;
+    for (qsizetype index = 0; index < values.size(); ++index)
+        texts.append(textFrom(values[index], elementPath(name, index)));
+    return texts;
 }
 
 QByteArray JsonFields::bytes(const QString &name)
@@ -104,6 +106,16 @@ qint16 JsonFields::flag(const QString &name)
     return 0;
 }
 
+void JsonFields::expectObject(qint32 object, const char *what)
+{
+    const QString name = QStringLiteral("object");
+    if (has(name) && int32(name) != object) {
+        note(name, QStringLiteral("expected %1, as on the command line; leave the field out to save the %2 of one "
+                                  "object to another")
+                       .arg(QString::number(object), QLatin1String(what)));
+    }
+}
+
 QJsonArray JsonFields::array(const QString &name)
 {
     const QJsonValue value = take(name);
@@ -130,6 +142,12 @@ void JsonFields::note(const QString &name, const QString &what)
     m_problem.note(pathOf(name), what);
 }
 
+void JsonFields::refuseNul(const QString &name, const QString &text)
+{
+    if (text.contains(QChar(u'\0')))
+        note(name, QStringLiteral("holds the character U+0000, which the registry cannot keep"));
+}
+
 QJsonValue JsonFields::take(const QString &name)
 {
     m_known.insert(name);
@@ -141,6 +159,17 @@ QJsonValue JsonFields::take(const QString &name)
 QString JsonFields::pathOf(const QString &name) const
 {
     return m_path.isEmpty() ? name : m_path + u'.' + name;
+}
+
+QString JsonFields::textFrom(const QJsonValue &value, const QString &path)
+{
+    if (value.isString()) {
+        const QString text = value.toString();
+        return text.isNull() ? QStringLiteral("") : text;
+    }
+    if (!value.isNull())
+        m_problem.note(path, QStringLiteral("expected a string or null"));
+    return {};
 }
 
 qint64 JsonFields::integer(const QString &name, const QJsonValue &value, qint64 lowest, qint64 highest,

@@ -8,6 +8,7 @@
 #include <QJsonValue>
 #include <QSet>
 #include <QString>
+#include <QStringList>
 
 /// Reading JSON that a person may have edited: every value is checked, and the first wrong one is named by its path,
 /// as in "card[3].type: expected an integer from -2147483648 to 2147483647".
@@ -53,7 +54,13 @@ public:
     /// A string of at most one character of the codes 1 to 255, or the code as a number.
     [[nodiscard]] qint16 flag(const QString &name);
 
+    /// The member "object", which may be missing, else must be `object` as on the command line. `what`: what is saved.
+    void expectObject(qint32 object, const char *what);
+
     [[nodiscard]] QJsonArray array(const QString &name);
+
+    /// An array of strings, or null for null texts.
+    [[nodiscard]] QStringList texts(const QString &name);
 
     /// Path of the element `index` of the array member `name`.
     [[nodiscard]] QString elementPath(const QString &name, qsizetype index) const;
@@ -63,9 +70,13 @@ public:
 
     void note(const QString &name, const QString &what);
 
+    /// Notes a text that holds U+0000, which no text of the registry can.
+    void refuseNul(const QString &name, const QString &text);
+
 private:
     [[nodiscard]] QJsonValue take(const QString &name);
     [[nodiscard]] QString pathOf(const QString &name) const;
+    [[nodiscard]] QString textFrom(const QJsonValue &value, const QString &path);
     [[nodiscard]] qint64 integer(const QString &name, const QJsonValue &value, qint64 lowest, qint64 highest,
                                  const QString &otherForm = {});
 

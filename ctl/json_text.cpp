@@ -59,12 +59,30 @@ QString jsonFlag(qint16 code)
     return QString::number(code);
 }
 
+QString jsonBool(bool value)
+{
+    return value ? QStringLiteral("true") : QStringLiteral("false");
+}
+
+QString jsonNumbers(const QList<qint32> &numbers)
+{
+    QString text(u'[');
+    for (const qint32 number : numbers)
+        text += (text.size() > 1 ? QStringLiteral(", ") : QString()) + QString::number(number);
+    return text + u']';
+}
+
 QString jsonObject(const QList<JsonMember> &members)
 {
     QStringList parts;
     for (const auto &[name, value] : members)
         parts.append(jsonText(name) + QStringLiteral(": ") + value);
     return u'{' + parts.join(QStringLiteral(", ")) + u'}';
+}
+
+QString jsonArray(const QStringList &elements)
+{
+    return u'[' + elements.join(QStringLiteral(", ")) + u']';
 }
 
 QString jsonLines(const QStringList &elements)

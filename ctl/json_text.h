@@ -22,8 +22,16 @@ using JsonMember = std::pair<QString, QString>;
 /// A one-character flag: a string of that character for the codes 33 to 126, "" for 0, else the number.
 [[nodiscard]] QString jsonFlag(qint16 code);
 
+[[nodiscard]] QString jsonBool(bool value);
+
+/// [3, 7, 12]
+[[nodiscard]] QString jsonNumbers(const QList<qint32> &numbers);
+
 /// On one line.
 [[nodiscard]] QString jsonObject(const QList<JsonMember> &members);
+
+/// On one line.
+[[nodiscard]] QString jsonArray(const QStringList &elements);
 
 /// One element on each line.
 [[nodiscard]] QString jsonLines(const QStringList &elements);

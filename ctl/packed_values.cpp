@@ -2,25 +2,26 @@
 
 #include "keystone/stream.h"
 
-#include <QColor>
+#include <array>
 
 namespace ctl {
 namespace {
 
 constexpr quint64 kPngSignature = 0x89504E470D0A1A0A;
 constexpr quint64 kPngHeader = 0x0000000D49484452; ///< length 13, name "IHDR"
+constexpr quint32 kPngEnd = 0x49454E44;            ///< "IEND"
+constexpr int kRestOfHeader = 5;                   ///< behind width and height
+constexpr int kChecksum = 4;
+constexpr int kColourBytes = 11;
 
-} // namespace
-
-std::optional<QString> pictureForPeople(const QByteArray &value)
+/// Reads what a picture begins with. Pictures stream as 1 and a PNG file, whose size stands in its first block; a
+/// picture that is none is 0 alone.
+std::optional<QSize> readPictureHead(QDataStream &in)
 {
-    keystone::ByteReader in(value);
     qint32 present = 0;
     in >> present;
-    if (in.status() == QDataStream::Ok && present == 0 && in.atEnd())
-        return QStringLiteral("no picture");
-    // Pictures stream as PNG, whose size stands in its first block. A decoder would see more of the bytes of a peer
-    // than a table needs.
+    if (in.status() == QDataStream::Ok && present == 0)
+        return QSize();
     quint64 signature = 0;
     quint64 firstBlock = 0;
     qint32 width = 0;
@@ -28,20 +29,73 @@ std::optional<QString> pictureForPeople(const QByteArray &value)
     in >> signature >> firstBlock >> width >> height;
     if (in.status() != QDataStream::Ok || present != 1 || signature != kPngSignature || firstBlock != kPngHeader)
         return std::nullopt;
-    return QStringLiteral("picture %1x%2").arg(width).arg(height);
+    if (width < 1 || height < 1)
+        return std::nullopt;
+    return QSize(width, height);
+}
+
+bool skip(QDataStream &in, qint64 bytes)
+{
+    QIODevice *device = in.device();
+    return bytes <= device->bytesAvailable() && device->seek(device->pos() + bytes);
+}
+
+} // namespace
+
+std::optional<QString> pictureForPeople(const QByteArray &value)
+{
+    // A decoder would see more of the bytes of a peer than a table needs.
+    keystone::ByteReader in(value);
+    const auto size = readPictureHead(in);
+    if (!size || (!size->isValid() && !in.atEnd()))
+        return std::nullopt;
+    if (!size->isValid())
+        return QStringLiteral("no picture");
+    return QStringLiteral("picture %1x%2").arg(size->width()).arg(size->height());
 }
 
 std::optional<QString> colourForPeople(const QByteArray &value)
 {
-    constexpr qsizetype streamSize = 11;
-    constexpr char lastSpec = QColor::ExtendedRgb;
-    if (value.size() != streamSize || value[0] < 0 || value[0] > lastSpec)
-        return std::nullopt;
     keystone::ByteReader in(value);
+    const auto colour = readColour(in);
+    if (!colour || !in.atEnd())
+        return std::nullopt;
+    return colour->isValid() ? colourName(*colour) : QStringLiteral("no colour");
+}
+
+std::optional<QSize> readPicture(QDataStream &in)
+{
+    const auto size = readPictureHead(in);
+    if (!size || !size->isValid())
+        return size;
+    // A PNG file is a row of blocks (length, name, content, checksum) up to the one called IEND.
+    if (!skip(in, kRestOfHeader + kChecksum))
+        return std::nullopt;
+    quint32 name = 0;
+    while (name != kPngEnd) {
+        quint32 length = 0;
+        in >> length >> name;
+        if (in.status() != QDataStream::Ok || !skip(in, qint64(length) + kChecksum))
+            return std::nullopt;
+    }
+    return size;
+}
+
+std::optional<QColor> readColour(QDataStream &in)
+{
+    constexpr char lastSpec = QColor::ExtendedRgb;
+    std::array<char, kColourBytes> bytes{};
+    if (in.readRawData(bytes.data(), kColourBytes) != kColourBytes || bytes[0] < 0 || bytes[0] > lastSpec)
+        return std::nullopt;
+    const QByteArray value(bytes.data(), kColourBytes);
+    keystone::ByteReader packed(value);
     QColor colour;
-    in >> colour;
-    if (!colour.isValid())
-        return QStringLiteral("no colour");
+    packed >> colour;
+    return colour;
+}
+
+QString colourName(const QColor &colour)
+{
     return colour.name(colour.alpha() == 255 ? QColor::HexRgb : QColor::HexArgb);
 }
 

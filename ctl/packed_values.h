@@ -1,11 +1,14 @@
 #pragma once
 
 #include <QByteArray>
+#include <QColor>
+#include <QDataStream>
+#include <QSize>
 #include <QString>
 
 #include <optional>
 
-/// Values of a card that are packed by the clients, in words. Nothing when the bytes are not of that form.
+/// Values of a card that are packed by the clients. Nothing when the bytes are not of that form.
 namespace ctl {
 
 /// "picture 16x16" or "no picture", from the stream form of a QImage. Only the picture's head is looked at.
@@ -13,5 +16,15 @@ namespace ctl {
 
 /// "#rrggbb" ("#aarrggbb" when not opaque) or "no colour", from the stream form of a QColor.
 [[nodiscard]] std::optional<QString> colourForPeople(const QByteArray &value);
+
+/// Reads past a QImage that stands in a stream and gives its size; an invalid size for no picture. The points are
+/// not decoded, so a picture takes no more memory here than its file.
+[[nodiscard]] std::optional<QSize> readPicture(QDataStream &in);
+
+/// Reads a QColor; an invalid one for no colour.
+[[nodiscard]] std::optional<QColor> readColour(QDataStream &in);
+
+/// "#rrggbb" ("#aarrggbb" when not opaque).
+[[nodiscard]] QString colourName(const QColor &colour);
 
 } // namespace ctl

@@ -14,7 +14,10 @@ constexpr double kLongestTimeout = 86'400; ///< seconds
 
 /// The nouns, in the order of the help.
 constexpr void (*kNouns[])(CLI::App &, Job &) = {
-    registerAbout, registerCard, registerEvents, registerWatch, registerSend, registerQuit,
+    registerAbout,    registerObject,   registerCard, registerSensors, registerRemoteCommands,
+    registerExamples, registerObjects,  registerTree, registerSearch,  registerAllowed,
+    registerParams,   registerTemplate, registerUser, registerProps,   registerSetup,
+    registerEvents,   registerWatch,    registerSend, registerQuit,
 };
 
 CLI::Option *addOptions(CLI::App &app, Options &options)

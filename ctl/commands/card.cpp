@@ -1,10 +1,10 @@
 #include "ctl/arguments.h"
 #include "ctl/card_records.h"
 #include "ctl/commands/commands.h"
+#include "ctl/input_file.h"
 #include "ctl/text.h"
 #include "keystone/stream.h"
 
-#include <QFile>
 #include <QMap>
 
 #include <algorithm>
@@ -42,17 +42,6 @@ Outcome showCard(Session &session, qint32 object)
         session.out() << cardTable(*card);
     }
     return std::nullopt;
-}
-
-Result<QByteArray> readInput(const std::string &name)
-{
-    QFile file;
-    const QString path = QString::fromStdString(name);
-    const bool standardInput = path == u"-";
-    file.setFileName(path);
-    if (standardInput ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly))
-        return file.readAll();
-    return Failure{QStringLiteral("cannot read %1: %2").arg(printable(path), file.errorString()), true};
 }
 
 /// Nothing when `stored` is what was sent; else a text that names the first difference.

@@ -36,6 +36,15 @@ struct ProgramRun
         return ctl::runProgram(all, outStream, errStream);
     }
 
+    /// The same with words that come from a data row.
+    int runWords(const QByteArrayList &words)
+    {
+        std::vector<std::string> all;
+        for (const QByteArray &word : words)
+            all.push_back(word.toStdString());
+        return run(all);
+    }
+
     [[nodiscard]] QString path(const char *name) const { return folder.filePath(QLatin1String(name)); }
 
     QTemporaryDir folder;

@@ -37,7 +37,7 @@ void WorkingAdmCommands::AdvancedSearch(int idConnect, database::Connection &db,
     const auto text = in.read<QString>();
     const QString statement = text.isEmpty() ? QString::fromLatin1(kSearchAll)
                                              : QLatin1String(kSearchTextBegin) + text + QLatin1String(kSearchTextEnd);
-    const auto rows = db.numberedQuery(statement, {Value::integer(idConnect)});
+    const auto rows = db.queryOnce(statement, {Value::integer(idConnect)});
     const QString reason = db.lastError().text();
     if (text.contains(QLatin1Char('\'')))
         db.resetSession();

@@ -1,11 +1,15 @@
 #include "access/object_tree.h"
 
+#include "access/row_list.h"
 #include "access/working_adm_commands.h"
+#include "keystone/stream.h"
 #include "registry/command_call.h"
 
 #include <QColor>
 #include <QImage>
 
+using operators::FailedCount;
+using operators::writeRowList;
 using registry::CommandCall;
 
 namespace {
@@ -27,51 +31,40 @@ constexpr int kObjectSection = 1;
 /// Pictures and colours are stored as clients stream them and go out as they are; `absent` stands for one that is not
 /// there.
 template <typename Absent>
-void writePacked(QDataStream &out, const database::Result &rows, int row, int column, const Absent &absent)
+void writePacked(QDataStream &out, const database::Result &row, int column, const Absent &absent)
 {
-    if (rows.isNull(row, column)) {
+    if (row.isNull(0, column)) {
         out << absent;
         return;
     }
-    const QByteArrayView stored = rows.view(row, column);
+    const QByteArrayView stored = row.view(0, column);
     out.writeRawData(stored.data(), static_cast<int>(stored.size()));
 }
 
 void writeObjects(const QString &select, database::Connection &db, QDataStream &out)
 {
-    const auto rows = db.query(select);
-    out << rows.size();
-    for (int row = 0; row < rows.rowCount(); ++row) {
-        out << rows.integer(row, 0) << rows.bytes(row, 1);
-        writePacked(out, rows, row, 2, QImage());
-        writePacked(out, rows, row, 3, QColor());
-        writePacked(out, rows, row, 4, QColor());
-    }
+    writeRowList(out, db, select, FailedCount::MinusOne, [&](const database::Result &row) {
+        out << row.integer(0, 0);
+        keystone::writeBytes(out, row.view(0, 1));
+        writePacked(out, row, 2, QImage());
+        writePacked(out, row, 3, QColor());
+        writePacked(out, row, 4, QColor());
+    });
 }
 
 void writeGroups(database::Connection &db, QDataStream &out)
 {
-    const auto rows = db.query(QLatin1String(kSelectGroups));
-    out << rows.size();
-    for (int row = 0; row < rows.rowCount(); ++row)
-        out << rows.integer(row, 0) << rows.bytes(row, 1);
+    writeRowList(out, db, QLatin1String(kSelectGroups), FailedCount::MinusOne, [&](const database::Result &row) {
+        out << row.integer(0, 0);
+        keystone::writeBytes(out, row.view(0, 1));
+    });
 }
 
-void writeNesting(database::Connection &db, QDataStream &out)
+/// Links between two numbers, of which column `first` goes out first.
+void writeLinks(const char *select, int first, database::Connection &db, QDataStream &out)
 {
-    const auto rows = db.query(QLatin1String(kSelectNesting));
-    out << rows.size();
-    // The inner group first, unlike in the statement.
-    for (int row = 0; row < rows.rowCount(); ++row)
-        out << rows.integer(row, 1) << rows.integer(row, 0);
-}
-
-void writeMembership(database::Connection &db, QDataStream &out)
-{
-    const auto rows = db.query(QLatin1String(kSelectMembership));
-    out << rows.size();
-    for (int row = 0; row < rows.rowCount(); ++row)
-        out << rows.integer(row, 0) << rows.integer(row, 1);
+    writeRowList(out, db, QLatin1String(select), FailedCount::MinusOne,
+                 [&](const database::Result &row) { out << row.integer(0, first) << row.integer(0, 1 - first); });
 }
 
 } // namespace
@@ -85,8 +78,9 @@ void WorkingAdmCommands::GetObjectTree(int idConnect, database::Connection &db, 
     writeObjects(select, db, out);
     // Rights filter the objects only: the rest of the tree goes out whole.
     writeGroups(db, out);
-    writeNesting(db, out);
-    writeMembership(db, out);
+    // The inner group first, unlike in the statement.
+    writeLinks(kSelectNesting, 1, db, out);
+    writeLinks(kSelectMembership, 0, db, out);
 }
 
 namespace operators {

@@ -1,5 +1,7 @@
 #include "access/operator_commands.h"
 
+#include "access/row_list.h"
+#include "keystone/stream.h"
 #include "registry/command_call.h"
 
 namespace operators {
@@ -18,6 +20,9 @@ constexpr const char *kSelectParams =
     R"(SELECT "Name", "Description", "Value", "Type" FROM "Params" WHERE "Id_command" = %0  ORDER BY "Id")";
 constexpr const char *kUpdateParam = R"(UPDATE "Params" SET "Value" = ? WHERE "Id_command" = ? AND "Name" = ? )";
 
+/// The columns of kSelectNames that are sent.
+enum NameColumn { NamedObject = 0, ObjectName = 2 };
+
 /// The columns of kSelectAllowed.
 enum Column { Name, Operation, Description, ExecBy, Id, NumParams };
 
@@ -28,7 +33,7 @@ constexpr qint64 kFirstRight = 200;
 
 void getUserList(CommandCall &call)
 {
-    const auto rows = call.db.query(QLatin1String(kSelectAccounts));
+    const auto rows = call.db.query(kSelectAccounts);
     const int id = rows.column("Id");
     const int login = rows.column("Login");
     const int password = rows.column("Password");
@@ -46,21 +51,18 @@ void getUserList(CommandCall &call)
 
 void getObjects(CommandCall &call)
 {
-    const auto rows = call.db.query(QString::fromLatin1(kSelectNames));
-    const int object = rows.column("Id_objects");
-    const int name = rows.column("Value");
-    call.out << rows.rowCount();
-    for (int row = 0; row < rows.rowCount(); ++row)
-        call.out << rows.integer(row, object) << rows.bytes(row, name);
+    writeRowList(call.out, call.db, QLatin1String(kSelectNames), FailedCount::Zero, [&](const database::Result &row) {
+        call.out << row.integer(0, NamedObject);
+        keystone::writeBytes(call.out, row.view(0, ObjectName));
+    });
 }
 
 void getObjectCommand(CommandCall &call)
 {
     const auto object = call.in.read<qint32>();
     const auto kind = call.in.read<qint32>();
-    const auto rows = call.db.query(QString::fromLatin1(kSelectAllowed)
-                                        .arg(QString::number(object), QString::number(call.caller()),
-                                             QString::number(kFirstRight + kind), QString::number(kind)));
+    const auto rows = call.db.query(kSelectAllowed, {Value::integer(object), Value::integer(call.caller()),
+                                                     Value::bigInteger(kFirstRight + kind), Value::integer(kind)});
     call.out << object << rows.rowCount();
     for (int row = 0; row < rows.rowCount(); ++row) {
         call.out << rows.bytes(row, Name) << rows.integer(row, Operation) << rows.text(row, Description)
@@ -71,7 +73,7 @@ void getObjectCommand(CommandCall &call)
 
 void getCommandParams(CommandCall &call)
 {
-    const auto rows = call.db.query(QString::fromLatin1(kSelectParams).arg(call.in.read<qint32>()));
+    const auto rows = call.db.query(kSelectParams, {Value::integer(call.in.read<qint32>())});
     call.out << rows.rowCount();
     for (int row = 0; row < rows.rowCount(); ++row)
         call.out << rows.bytes(row, 0) << rows.text(row, 1) << rows.integer(row, 3) << rows.bytes(row, 2);
@@ -87,8 +89,8 @@ void saveParams(CommandCall &call)
     for (qint32 i = 0; i < *count; ++i) {
         const auto name = call.in.read<QByteArray>();
         const auto value = call.in.read<QByteArray>();
-        (void)call.db.query(QLatin1String(kUpdateParam),
-                            {Value::bytes(value), Value::integer(command), Value::text(QString::fromUtf8(name))});
+        call.db.post(kUpdateParam,
+                     {Value::bytes(value), Value::integer(command), Value::text(QString::fromUtf8(name))});
     }
 }
 

@@ -1,11 +1,11 @@
 #include "access/personal_setup.h"
 
+#include "access/row_list.h"
 #include "access/working_adm_commands.h"
 #include "registry/command_call.h"
-#include "registry/number_list.h"
 
+using database::Value;
 using registry::CommandCall;
-using registry::numberListText;
 using registry::RequestReader;
 
 namespace {
@@ -14,24 +14,23 @@ constexpr const char *kSelectObjectSetup =
     R"(SELECT a."Id", ARRAY(SELECT "Id_PersProp" FROM "Person_Setup" WHERE "Type" = %0 AND "Id_connect" = %1 AND "Id_object" = a."Id" ORDER BY "Id_PersProp") FROM (select 0 as "Id" union select "Id" from "Objects" order by "Id") a )";
 constexpr const char *kSelectLayerSetup =
     R"(SELECT a."Id", ARRAY(SELECT "Id_PersProp" FROM "Person_Setup" WHERE "Type" = %0 AND "Id_connect" = %1 AND "Id_object" = a."Id" ORDER BY "Id_PersProp") FROM (select 0 as "Id" union select "Id" from "OpChk_Layers" order by "Id") a )";
+// The lists of a change may be as long as a frame, so they go to the server as arrays: as words of a statement each
+// number would take it some hundred bytes to read.
 constexpr const char *kDeleteProperties =
-    R"(DELETE FROM "Person_Setup" WHERE "Type" = %0 AND "Id_connect" = %1 AND "Id_object" IN (%2) AND "Id_PersProp" IN (%3); )";
+    R"(DELETE FROM "Person_Setup" WHERE "Type" = $1 AND "Id_connect" = $2 AND "Id_object" = ANY($3) AND "Id_PersProp" = ANY($4))";
 constexpr const char *kInsertProperties =
-    R"(INSERT INTO "Person_Setup" ("Type", "Id_connect", "Id_object", "Id_PersProp") VALUES )";
-constexpr const char *kDeleteSections = R"(DELETE FROM "Person_Setup" WHERE "Type" = %0 AND "Id_connect" IN (%1); )";
+    R"(INSERT INTO "Person_Setup" ("Type", "Id_connect", "Id_object", "Id_PersProp") SELECT $1, $2, o.number, p.number FROM unnest($3) WITH ORDINALITY AS o(number, place), unnest($4) WITH ORDINALITY AS p(number, place) ORDER BY o.place, p.place)";
+constexpr const char *kDeleteSections = R"(DELETE FROM "Person_Setup" WHERE "Type" = $1 AND "Id_connect" = ANY($2))";
 constexpr const char *kInsertCopies =
-    R"(INSERT INTO "Person_Setup" ("Type", "Id_connect", "Id_object", "Id_PersProp") ( )";
-constexpr const char *kSelectCopy =
-    R"((SELECT %0, %2, "Id_object", "Id_PersProp" FROM "Person_Setup" WHERE "Type" = %0 AND "Id_connect" = %1) )";
+    R"(INSERT INTO "Person_Setup" ("Type", "Id_connect", "Id_object", "Id_PersProp") SELECT %0 $1, t.number, "Id_object", "Id_PersProp" FROM "Person_Setup", unnest($3) AS t(number) WHERE "Type" = $1 AND "Id_connect" = $2)";
 
 enum Section { ObjectSection = 1, LayerSection = 2, SecondObjectSection = 3, ThirdObjectSection = 4 };
 
 void writeSection(const char *select, int section, int idConnect, database::Connection &db, QDataStream &out)
 {
-    const auto rows = db.query(QString::fromLatin1(select).arg(section).arg(idConnect));
-    out << rows.size();
-    for (int row = 0; row < rows.rowCount(); ++row)
-        out << rows.integer(row, 0) << rows.integers(row, 1);
+    operators::writeRowList(out, db, QString::fromLatin1(select).arg(section).arg(idConnect),
+                            operators::FailedCount::MinusOne,
+                            [&](const database::Result &row) { out << row.integer(0, 0) << row.integers(0, 1); });
 }
 
 QList<qint32> readNumbers(RequestReader &in)
@@ -39,41 +38,11 @@ QList<qint32> readNumbers(RequestReader &in)
     return in.readContainer<QList<qint32>>(sizeof(qint32));
 }
 
-/// Rows of one operator's section, for every pair of object and property.
-struct SetupRows
-{
-    qint32 type;
-    qint32 idConnect;
-    QList<qint32> objects;
+/// Rows that one change may add: 100,000 objects times 200 properties.
+constexpr qsizetype kMostNewRows = 20'000'000;
 
-    [[nodiscard]] QString deletion(const QList<qint32> &properties) const
-    {
-        return QString::fromLatin1(kDeleteProperties)
-            .arg(QString::number(type), QString::number(idConnect), numberListText(objects),
-                 numberListText(properties));
-    }
-
-    [[nodiscard]] QString insertion(const QList<qint32> &properties) const
-    {
-        const QString head = QStringLiteral("(%1, %2, ").arg(type).arg(idConnect);
-        QString text = QLatin1String(kInsertProperties);
-        const char *separator = "";
-        for (const qint32 object : objects) {
-            const QString owner = head + QString::number(object) + QStringLiteral(", ");
-            for (const qint32 property : properties) {
-                text += QLatin1String(separator) + owner + QString::number(property) + QLatin1Char(')');
-                separator = ", ";
-            }
-        }
-        return text + QLatin1Char(';');
-    }
-};
-
-/// Rows that one change may add. The server needs some kilobytes a row to read the statement.
-constexpr qsizetype kMostNewRows = 500'000;
-
-/// Operators that one copy may go to: the server reads a union of more by recursion that it ends.
-constexpr qsizetype kMostTargets = 5'000;
+/// Operators that one copy may go to.
+constexpr qsizetype kMostTargets = 100'000;
 
 /// A short request can ask for rows beyond number, as objects times properties. Leaves reading where it was.
 bool changeMayBeMade(RequestReader &in)
@@ -126,35 +95,37 @@ void WorkingAdmCommands::GetPersonalSetup(int type, int idConnect, database::Con
 
 void WorkingAdmCommands::FixPersonalSetup(RequestReader &in, database::Connection &db)
 {
-    const auto type = in.read<qint32>();
-    const auto idConnect = in.read<qint32>();
-    const SetupRows rows{type, idConnect, readNumbers(in)};
+    const Value type = Value::integer(in.read<qint32>());
+    const Value idConnect = Value::integer(in.read<qint32>());
+    const QList<qint32> objects = readNumbers(in);
     const QList<qint32> switchOff = readNumbers(in);
     const QList<qint32> switchOn = readNumbers(in);
-    if (rows.objects.isEmpty())
+    if (objects.isEmpty())
         return;
+    const Value where = Value::integers(objects);
     if (!switchOff.isEmpty())
-        (void)db.query(rows.deletion(switchOff));
+        (void)db.queryOnce(QLatin1String(kDeleteProperties), {type, idConnect, where, Value::integers(switchOff)});
     if (switchOn.isEmpty())
         return;
     // What is on already goes first, so that no row comes twice.
-    (void)db.query(rows.deletion(switchOn));
-    (void)db.query(rows.insertion(switchOn));
+    const QList<Value> on{type, idConnect, where, Value::integers(switchOn)};
+    (void)db.queryOnce(QLatin1String(kDeleteProperties), on);
+    (void)db.queryOnce(QLatin1String(kInsertProperties), on);
 }
 
 void WorkingAdmCommands::CopyPersonalSetup(RequestReader &in, database::Connection &db)
 {
-    const QString type = QString::number(in.read<qint32>());
-    const QString source = QString::number(in.read<qint32>());
+    const Value type = Value::integer(in.read<qint32>());
+    const Value source = Value::integer(in.read<qint32>());
     const QList<qint32> targets = readNumbers(in);
     if (targets.isEmpty())
         return;
     // A target that is the source loses its rows here, before they are read.
-    (void)db.query(QString::fromLatin1(kDeleteSections).arg(type, numberListText(targets)));
-    QStringList copies;
-    for (const qint32 target : targets)
-        copies.append(QString::fromLatin1(kSelectCopy).arg(type, source, QString::number(target)));
-    (void)db.query(QLatin1String(kInsertCopies) + copies.join(QStringLiteral("UNION ")) + QStringLiteral("); "));
+    (void)db.queryOnce(QLatin1String(kDeleteSections), {type, Value::integers(targets)});
+    // A single target gets every row of the source, several get each different row once.
+    const QString copy =
+        QString::fromLatin1(kInsertCopies).arg(QLatin1String(targets.size() == 1 ? "ALL" : "DISTINCT"));
+    (void)db.queryOnce(copy, {type, source, Value::integers(targets)});
 }
 
 namespace operators {

@@ -64,7 +64,7 @@ void create(CommandCall &call)
     account.email = neverNull(account.email);
     // Only a new account's number is cut to what the column holds; a change with a longer one fails.
     account.phone = neverNull(account.phone).left(kPhoneLength);
-    (void)call.db.query(QLatin1String(kInsertAccount), bind(account));
+    call.db.post(kInsertAccount, bind(account));
     call.logEvent(QStringLiteral("User '%1' create new user '%2'").arg(call.callerName(), account.login));
     // The number that the account got is not asked for.
     announceSavedUser(call, 0);
@@ -73,7 +73,7 @@ void create(CommandCall &call)
 void update(CommandCall &call, qint32 id)
 {
     const Account account = readAccount(call.in);
-    (void)call.db.query(QLatin1String(kUpdateAccount), bind(account) << Value::integer(id));
+    call.db.post(kUpdateAccount, bind(account) << Value::integer(id));
     announceSavedUser(call, id);
     call.logEvent(QStringLiteral("User '%1' update user '%2'").arg(call.callerName(), account.login));
 }

@@ -4,7 +4,6 @@
 
 #include <QElapsedTimer>
 #include <QSqlDriver>
-#include <QVarLengthArray>
 #include <QVariant>
 
 #include <algorithm>
@@ -24,24 +23,19 @@ QSqlError statementError(const QString &text, const QString &code = {})
     return {QStringLiteral("QPSQL: Unable to create query"), text, QSqlError::StatementError, code};
 }
 
-/// "?" in order to "$1", "$2", ...
-QString numberedPlaceholders(const QString &text)
-{
-    QString result;
-    result.reserve(text.size() + 16);
-    int number = 0;
-    for (const QChar character : text) {
-        if (character == QLatin1Char('?'))
-            result += QLatin1Char('$') + QString::number(++number);
-        else
-            result += character;
-    }
-    return result;
-}
-
 QSqlError impossibleText()
 {
     return statementError(QStringLiteral("a text with a zero character cannot be sent"));
+}
+
+/// The session has lost a statement that it had prepared, or its plan no longer fits the tables: preparing it again
+/// helps.
+bool isStale(const PGresult *result)
+{
+    constexpr const char *kNoSuchStatement = "26000";
+    constexpr const char *kChangedResult = "0A000";
+    const char *code = result ? PQresultErrorField(result, PG_DIAG_SQLSTATE) : nullptr;
+    return code && (qstrcmp(code, kNoSuchStatement) == 0 || qstrcmp(code, kChangedResult) == 0);
 }
 
 } // namespace
@@ -50,6 +44,7 @@ void Connection::setName(const QString &name)
 {
     m_name = name;
     m_prepared = false;
+    m_queue.forgetAll();
     m_checked = false;
     m_outageTold = false;
     m_openError = QSqlError();
@@ -96,9 +91,17 @@ bool Connection::ready()
     return qtDatabase().isOpen();
 }
 
+void Connection::beginCommand()
+{
+    settle();
+    m_checked = false;
+}
+
 void Connection::prepareSession()
 {
     m_prepared = true;
+    m_backend = PQbackendPID(native());
+    m_queue.forgetAll();
     PQsetnonblocking(native(), 1);
     // Notices are for people at a terminal; a client's text could fill any log with them.
     PQsetNoticeProcessor(
@@ -111,6 +114,7 @@ void Connection::prepareSession()
 
 void Connection::resetSession()
 {
+    settle();
     if (!qtDatabase().isOpen() || PQstatus(native()) != CONNECTION_OK)
         return;
     PGresult *reset = run("DISCARD ALL");
@@ -120,8 +124,13 @@ void Connection::resetSession()
         prepareSession();
         return;
     }
+    openAnew();
+}
+
+bool Connection::openAnew()
+{
     qtDatabase().close();
-    open();
+    return open();
 }
 
 bool Connection::open()
@@ -147,45 +156,100 @@ bool Connection::open()
     return true;
 }
 
-Result Connection::query(const QString &text, const QList<Value> &values)
+Result Connection::query(const QByteArray &text, const QList<Value> &values)
 {
-    return numberedQuery(values.isEmpty() ? text : numberedPlaceholders(text), values);
+    if (!send(&StatementQueue::add, text, values))
+        return {};
+    PGresult *outcome = takeAllButLast();
+    if (isStale(outcome)) {
+        PQclear(outcome);
+        m_queue.forget(text);
+        if (!send(&StatementQueue::add, text, values))
+            return {};
+        outcome = takeAllButLast();
+    }
+    return take(outcome);
 }
 
-Result Connection::numberedQuery(const QString &text, const QList<Value> &values)
+void Connection::post(const QByteArray &text, const QList<Value> &values)
 {
-    if (text.contains(QChar(0)))
-        return fail(impossibleText());
-    if (!ready())
-        return fail(notOpenError());
-    QVarLengthArray<const char *, 16> data;
-    QVarLengthArray<int, 16> sizes;
-    QVarLengthArray<int, 16> formats;
-    for (const Value &value : values) {
-        if (value.isImpossible())
-            return fail(impossibleText());
-        data.append(value.data());
-        sizes.append(value.size());
-        formats.append(value.isBinary() ? 1 : 0);
+    if (send(&StatementQueue::add, text, values) && m_queue.isFull())
+        settle();
+}
+
+void Connection::settle()
+{
+    if (!m_queue.isEmpty())
+        take(takeAllButLast());
+}
+
+/// Hands a statement to the queue by `add`, one of its two ways.
+bool Connection::send(Add add, const QByteArray &text, const QList<Value> &values)
+{
+    if (text.contains('\0') || std::ranges::any_of(values, &Value::isImpossible)) {
+        fail(impossibleText());
+        return false;
     }
-    constexpr int kBinaryResult = 1;
-    return take(finish(PQsendQueryParams(native(), text.toUtf8().constData(), static_cast<int>(values.size()), nullptr,
-                                         data.constData(), sizes.constData(), formats.constData(), kBinaryResult)));
+    if (!ready()) {
+        fail(notOpenError());
+        return false;
+    }
+    if ((m_queue.*add)(native(), text, values))
+        return true;
+    const QString reason = QString::fromUtf8(PQerrorMessage(native()));
+    settle();
+    // A session that took a statement by half can take no other.
+    openAnew();
+    fail(statementError(reason));
+    return false;
+}
+
+/// The outcome of the statement sent last; those before it have then been told of.
+PGresult *Connection::takeAllButLast()
+{
+    PGresult *outcome = m_queue.takeOldest(native(), m_statementTimeout);
+    while (!m_queue.isEmpty()) {
+        take(outcome);
+        outcome = m_queue.takeOldest(native(), m_statementTimeout);
+    }
+    return leavePipeline(outcome);
+}
+
+/// Once the queue is empty: what does not go through it takes no pipeline.
+PGresult *Connection::leavePipeline(PGresult *outcome)
+{
+    PQexitPipelineMode(native());
+    noteAbandoned();
+    return outcome;
+}
+
+Result Connection::queryOnce(const QString &text, const QList<Value> &values)
+{
+    return send(&StatementQueue::addOnce, text.toUtf8(), values) ? take(takeAllButLast()) : Result();
+}
+
+bool Connection::forEachRow(const QString &text, const std::function<void(const Result &)> &takeRow)
+{
+    settle();
+    if (!send(&StatementQueue::addOnce, text.toUtf8(), {}))
+        return false;
+    const auto takeResult = [&](PGresult *row) { takeRow(Result(row)); };
+    return take(leavePipeline(m_queue.takeOldestByRows(native(), m_statementTimeout, takeResult))).ok();
 }
 
 Result Connection::script(const QString &text)
 {
-    if (!ready())
-        return fail(notOpenError());
+    settle();
     if (text.contains(QChar(0)))
         return fail(impossibleText());
+    if (!ready())
+        return fail(notOpenError());
     PGresult *result = run(text.toUtf8());
     if (PQstatus(native()) != CONNECTION_OK || PQtransactionStatus(native()) == PQTRANS_IDLE)
         return take(result);
     const QString reason = QString::fromUtf8(PQresultErrorMessage(result));
     PQclear(result);
-    qtDatabase().close();
-    open();
+    openAnew();
     return fail(
         statementError(reason.isEmpty() ? QStringLiteral("the text left a transaction or a COPY open") : reason));
 }
@@ -197,20 +261,21 @@ Result Connection::foreignScript(const QString &text)
     return result;
 }
 
+/// The outcome of a text without values; null where it could not be sent, and libpq says why.
 PGresult *Connection::run(const QByteArray &text)
 {
-    return finish(PQsendQuery(native(), text.constData()));
+    PGresult *result = nullptr;
+    if (PQsendQuery(native(), text.constData()) == 1)
+        result = lastResult(native(), m_statementTimeout);
+    noteAbandoned();
+    return result;
 }
 
-/// The outcome of what was sent; null where it could not be sent, and libpq says why.
-PGresult *Connection::finish(int sent)
+/// A session that was given up may still be at work, holding locks.
+void Connection::noteAbandoned()
 {
-    const int backend = PQbackendPID(native());
-    PGresult *result = sent == 1 ? waitForResult(native(), m_statementTimeout) : nullptr;
-    // A session that was given up may still be at work, holding locks.
     if (m_statementTimeout.count() > 0 && PQstatus(native()) != CONNECTION_OK)
-        m_abandonedBackend = backend;
-    return result;
+        m_abandonedBackend = m_backend;
 }
 
 Result Connection::take(PGresult *taken)

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "database/result.h"
-#include "database/value.h"
+#include "database/statement_queue.h"
 
 #include <QDeadlineTimer>
 #include <QList>
@@ -45,7 +45,7 @@ public:
 
     /// Begins a command: its first statement will look whether the server is still there and connect anew if it is not.
     /// Within a command that is not repeated.
-    void beginCommand() { m_checked = false; }
+    void beginCommand();
 
     /// True when the connection is usable; opens it if this command has not tried yet.
     ///
@@ -53,12 +53,24 @@ public:
     /// s.
     bool ready();
 
-    /// Runs one statement whose placeholders "?" take `values` in order. No "?" may stand anywhere else in a `text`
-    /// that has values.
-    [[nodiscard]] Result query(const QString &text, const QList<Value> &values = {});
+    /// Runs one statement of the service's own, which the session keeps prepared: `text` must be one of a limited
+    /// number. Its placeholders are "?" in order, or "%0", "%1", ...; neither may stand anywhere else in it.
+    [[nodiscard]] Result query(const QByteArray &text, const QList<Value> &values = {});
 
-    /// The same with the placeholders "$1", "$2", ..., for a text in which a client's words stand; see resetSession().
-    [[nodiscard]] Result numberedQuery(const QString &text, const QList<Value> &values);
+    /// The same for a statement whose outcome nobody looks at. It may still be on its way when this returns, and the
+    /// statements behind it do not wait for it; each has a success and a commit of its own, in the order of the calls.
+    void post(const QByteArray &text, const QList<Value> &values);
+
+    /// Waits for all that has been posted. Everything here that runs a statement does so first.
+    void settle();
+
+    /// Runs one statement that is put together for this time only, with the placeholders "$1", "$2", ...; see
+    /// resetSession() for one in which a client's words stand.
+    [[nodiscard]] Result queryOnce(const QString &text, const QList<Value> &values = {});
+
+    /// The same for a large result, which is never in memory whole: `take` gets it row by row, each as a result of one
+    /// row. False when the statement failed; that may be after rows have been taken.
+    [[nodiscard]] bool forEachRow(const QString &text, const std::function<void(const Result &)> &take);
 
     /// Runs a text of one or several statements, which may hold a client's words, as one implicit transaction and gives
     /// the last result. It has failed if any statement did. A text that leaves the session in the middle of something
@@ -85,9 +97,14 @@ private:
     [[nodiscard]] PGconn *native() const;
     [[nodiscard]] bool isAlive() const;
     bool open();
+    bool openAnew();
     void prepareSession();
+    using Add = bool (StatementQueue::*)(PGconn *, const QByteArray &, const QList<Value> &);
+    bool send(Add add, const QByteArray &text, const QList<Value> &values);
+    PGresult *takeAllButLast();
+    PGresult *leavePipeline(PGresult *outcome);
     PGresult *run(const QByteArray &text);
-    PGresult *finish(int sent);
+    void noteAbandoned();
     Result take(PGresult *result);
     Result fail(const QSqlError &error);
 
@@ -95,7 +112,9 @@ private:
     QSqlError m_error;
     QSqlError m_openError;
     std::chrono::milliseconds m_statementTimeout{0};
+    StatementQueue m_queue;
     bool m_prepared = false;    ///< the session has our settings
+    int m_backend = 0;          ///< server process of the session
     int m_abandonedBackend = 0; ///< process of a server session that was given up at work; 0: none
     bool m_checked = false;
     bool m_outageTold = false;

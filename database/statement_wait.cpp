@@ -27,28 +27,20 @@ bool waitFor(PGconn *connection, int events, const QDeadlineTimer &deadline)
     return poll(&socket, 1, left) != 0;
 }
 
-/// The connection must be in non-blocking mode. False when the server took nothing more before the deadline.
-bool sendAll(PGconn *connection, const QDeadlineTimer &deadline)
+/// False when nothing moved before the deadline. A connection that is lost in the meantime is in time: the next result
+/// says so.
+bool waitForInput(PGconn *connection, const QDeadlineTimer &deadline)
 {
-    while (PQflush(connection) == 1) {
-        if (!waitFor(connection, POLLIN | POLLOUT, deadline))
+    for (;;) {
+        const bool sending = PQflush(connection) == 1;
+        if (!sending && PQisBusy(connection) == 0)
+            return true;
+        if (!waitFor(connection, sending ? POLLIN | POLLOUT : POLLIN, deadline))
             return false;
-        // The server may be waiting for us to read before it reads on.
+        // Also while sending: the server may be waiting for us to read before it reads on.
         if (PQconsumeInput(connection) == 0)
-            break;
+            return true;
     }
-    return true;
-}
-
-bool receive(PGconn *connection, const QDeadlineTimer &deadline)
-{
-    while (PQisBusy(connection) != 0) {
-        if (!waitFor(connection, POLLIN, deadline))
-            return false;
-        if (PQconsumeInput(connection) == 0)
-            break; // lost: the next result says so
-    }
-    return true;
 }
 
 bool endsTheWait(PGconn *connection, const PGresult *result)
@@ -66,15 +58,18 @@ bool isLesserError(const PGresult *last, const PGresult *result)
 
 } // namespace
 
-PGresult *waitForResult(PGconn *connection, milliseconds limit)
+PGresult *nextResult(PGconn *connection, milliseconds limit)
+{
+    if (!waitForInput(connection, deadlineAfter(limit)))
+        shutdown(PQsocket(connection), SHUT_RDWR);
+    return PQgetResult(connection);
+}
+
+PGresult *lastResult(PGconn *connection, milliseconds limit)
 {
     PGresult *last = nullptr;
-    bool inTime = sendAll(connection, deadlineAfter(limit));
     for (;;) {
-        inTime = inTime && receive(connection, deadlineAfter(limit));
-        if (!inTime)
-            shutdown(PQsocket(connection), SHUT_RDWR);
-        PGresult *result = PQgetResult(connection);
+        PGresult *result = nextResult(connection, limit);
         if (!result)
             return last;
         if (isLesserError(last, result)) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QBuffer>
 #include <QByteArray>
 #include <QDataStream>
 #include <QIODevice>
@@ -29,8 +30,27 @@ public:
         : QDataStream(target, QIODevice::WriteOnly)
     {
         setVersion(kStreamVersion);
+        device()->seek(target->size());
     }
 };
+
+/// Takes back what a ByteWriter has written from `position` on.
+inline void cutBack(QDataStream &out, qint64 position)
+{
+    auto *buffer = qobject_cast<QBuffer *>(out.device());
+    Q_ASSERT(buffer);
+    buffer->buffer().resize(position);
+    buffer->seek(position);
+}
+
+/// Writes a byte array of which only a view is at hand; a null view is written as a null array.
+inline void writeBytes(QDataStream &out, QByteArrayView bytes)
+{
+    constexpr quint32 kNull = 0xFFFFFFFF;
+    out << (bytes.isNull() ? kNull : static_cast<quint32>(bytes.size()));
+    if (!bytes.isEmpty())
+        out.writeRawData(bytes.data(), static_cast<int>(bytes.size()));
+}
 
 /// True when `count` elements of at least `minBytes` each may still lie in what is left of `stream`.
 [[nodiscard]] inline bool mayHold(const QDataStream &stream, quint32 count, int minBytes)

@@ -18,6 +18,9 @@ public:
     virtual void sendAction(const QByteArray &action, const QByteArray &message, const QByteArray &data,
                             const QColor &colour, int idConnection) = 0;
 
+    /// The answer to a command, in an action frame that is ready to be sent.
+    virtual void sendAnswer(const QByteArray &frame) = 0;
+
     /// A line for the installation's event log.
     virtual void writeToLog(const QByteArray &text, quint8 level) = 0;
 

@@ -16,12 +16,17 @@ constexpr const char *kUpdateValue = R"(UPDATE "Objects_property" SET "Value"=? 
 
 bool insertProperty(database::Connection &db, qint32 object, const CardsProperty &property)
 {
-    return db.query(QLatin1String(kInsertProperty), records::bind(object, property)).ok();
+    return db.query(kInsertProperty, records::bind(object, property)).ok();
 }
 
-bool updatePropertyValue(database::Connection &db, qint32 object, const QString &name, const QByteArray &value)
+void postProperty(database::Connection &db, qint32 object, const CardsProperty &property)
 {
-    return db.query(QLatin1String(kUpdateValue), {Value::bytes(value), Value::integer(object), Value::text(name)}).ok();
+    db.post(kInsertProperty, records::bind(object, property));
+}
+
+void postPropertyValue(database::Connection &db, qint32 object, const QString &name, const QByteArray &value)
+{
+    db.post(kUpdateValue, {Value::bytes(value), Value::integer(object), Value::text(name)});
 }
 
 } // namespace registry

@@ -7,9 +7,12 @@
 namespace registry {
 
 /// Adds a property at the end of the card of `object`; the record's id is not used. False when the insert failed.
-bool insertProperty(database::Connection &db, qint32 object, const CardsProperty &property);
+[[nodiscard]] bool insertProperty(database::Connection &db, qint32 object, const CardsProperty &property);
 
-/// Changes the value of one property; false when the statement failed, true also when the card has no such property.
-bool updatePropertyValue(database::Connection &db, qint32 object, const QString &name, const QByteArray &value);
+/// The same where it does not matter whether the insert succeeds; it is not waited for.
+void postProperty(database::Connection &db, qint32 object, const CardsProperty &property);
+
+/// Changes the value of one property, where the card has it. Not waited for.
+void postPropertyValue(database::Connection &db, qint32 object, const QString &name, const QByteArray &value);
 
 } // namespace registry

@@ -12,9 +12,11 @@ QByteArray numberBlock(qint32 number)
     return block;
 }
 
-CommandCall::CommandCall(const QByteArray &request, int caller, database::Connection &database, Announcer &outside)
+CommandCall::CommandCall(const QByteArray &command, const QByteArray &request, int caller,
+                         database::Connection &database, Announcer &outside)
     : in(request)
-    , out(&reply)
+    , reply(command)
+    , out(&reply.bytes())
     , db(database)
     , announcer(outside)
     , m_caller(caller)
@@ -27,6 +29,8 @@ QString CommandCall::callerName()
 
 QString CommandCall::operatorName(unsigned int id)
 {
+    // The lookup runs past the connection's own queue.
+    db.settle();
     if (!db.ready()) {
         db.noteOutcome(db.notOpenError());
         return {};
@@ -39,6 +43,8 @@ QString CommandCall::operatorName(unsigned int id)
 
 void CommandCall::announce(const QByteArray &message, const QByteArray &data)
 {
+    // Who hears of a change must find it made.
+    db.settle();
     announcer.sendAction("ServerMessage", message, data, Qt::red, kAllClients);
 }
 

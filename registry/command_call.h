@@ -1,5 +1,6 @@
 #pragma once
 
+#include "bus/action_frame.h"
 #include "database/connection.h"
 #include "keystone/stream.h"
 #include "registry/announcer.h"
@@ -18,12 +19,13 @@ namespace registry {
 class CommandCall
 {
 public:
-    /// Everything given here must outlive the call.
-    CommandCall(const QByteArray &request, int caller, database::Connection &database, Announcer &outside);
+    /// `command` is its name on the bus. Everything else given here must outlive the call.
+    CommandCall(const QByteArray &command, const QByteArray &request, int caller, database::Connection &database,
+                Announcer &outside);
 
     RequestReader in;
-    QByteArray reply;         ///< what `out` has written
-    keystone::ByteWriter out; ///< appends to `reply`
+    bus::ActionFrame reply;
+    keystone::ByteWriter out; ///< writes the data of `reply`
     database::Connection &db;
     Announcer &announcer;
 

@@ -15,7 +15,7 @@ constexpr const char *kInsertParameter =
 
 std::optional<qint32> insertCommand(database::Connection &db, qint32 object, const CmdDesc &command)
 {
-    const auto rows = db.query(QLatin1String(kInsertCommand), records::bind(object, command));
+    const auto rows = db.query(kInsertCommand, records::bind(object, command));
     if (rows.rowCount() == 0)
         return std::nullopt;
     return rows.integer(0, 0);
@@ -23,7 +23,12 @@ std::optional<qint32> insertCommand(database::Connection &db, qint32 object, con
 
 bool insertParameter(database::Connection &db, qint32 command, const ParamDesc &parameter)
 {
-    return db.query(QLatin1String(kInsertParameter), records::bind(command, parameter)).ok();
+    return db.query(kInsertParameter, records::bind(command, parameter)).ok();
+}
+
+void postParameter(database::Connection &db, qint32 command, const ParamDesc &parameter)
+{
+    db.post(kInsertParameter, records::bind(command, parameter));
 }
 
 } // namespace registry

@@ -11,6 +11,9 @@ namespace registry {
 [[nodiscard]] std::optional<qint32> insertCommand(database::Connection &db, qint32 object, const CmdDesc &command);
 
 /// Adds a parameter after the others of the command with row key `command`. False when the insert failed.
-bool insertParameter(database::Connection &db, qint32 command, const ParamDesc &parameter);
+[[nodiscard]] bool insertParameter(database::Connection &db, qint32 command, const ParamDesc &parameter);
+
+/// The same where it does not matter whether the insert succeeds; it is not waited for.
+void postParameter(database::Connection &db, qint32 command, const ParamDesc &parameter);
 
 } // namespace registry

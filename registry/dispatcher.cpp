@@ -47,22 +47,24 @@ void Dispatcher::run(const CommandRow &row, const QByteArray &request, int calle
     taken.start();
     m_database.beginCommand();
     m_database.onFailure([&row](const QSqlError &error) { logFailedStatement(row.name, error); });
-    CommandCall call(request, caller, m_database, m_announcer);
+    CommandCall call(row.name, request, caller, m_database, m_announcer);
     row.handle(call);
+    m_database.settle();
     m_database.onFailure({});
 
+    const qsizetype replySize = call.reply.dataSize();
     const QString refusal = call.in.refusal();
     if (!refusal.isEmpty())
         logMessage(
             QStringLiteral("%1 of %2 refused: %3").arg(QLatin1String(row.name), QString::number(caller), refusal));
     else if (row.reply == Reply::Sent && call.isReplying())
-        m_announcer.sendAction(row.name, row.name, call.reply, Qt::blue, caller);
+        m_announcer.sendAnswer(call.reply.take(Qt::blue, caller));
     call.sendLateNotices();
     if (logHasLevel(kLogCommands)) {
         logMessage(QStringLiteral("%1 of %2: %3 us, %4 bytes in, %5 out")
                        .arg(QLatin1String(row.name), QString::number(caller),
                             QString::number(taken.nsecsElapsed() / kNanosecondsPerMicrosecond),
-                            QString::number(request.size()), QString::number(call.reply.size())));
+                            QString::number(request.size()), QString::number(replySize)));
     }
 }
 

@@ -46,7 +46,7 @@ void write(QDataStream &out, const Control &control)
 
 void getExamplesObjProps(CommandCall &call)
 {
-    const auto rows = call.db.query(QLatin1String(kSelectObjProps));
+    const auto rows = call.db.query(kSelectObjProps);
     call.out << rows.size();
     for (CardsProperty property : records::cardFromRows(rows)) {
         // An example is not a property of any card yet.
@@ -57,7 +57,7 @@ void getExamplesObjProps(CommandCall &call)
 
 void getExamplesSensors(CommandCall &call)
 {
-    const auto rows = call.db.query(QLatin1String(kSelectSensors));
+    const auto rows = call.db.query(kSelectSensors);
     const QList<SensorInfoX> sensors = records::sensorsFromRows(rows);
     const int mayEdit = rows.column("MayEdit");
     const int mayDelete = rows.column("MayDelete");
@@ -68,7 +68,7 @@ void getExamplesSensors(CommandCall &call)
 
 void getExamplesControls(CommandCall &call)
 {
-    const auto rows = call.db.query(QLatin1String(kSelectControls));
+    const auto rows = call.db.query(kSelectControls);
     // The number of rows, not of controls: clients read controls until the reply ends.
     call.out << rows.size();
     std::optional<Control> control;

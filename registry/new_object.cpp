@@ -13,7 +13,7 @@ constexpr const char *kInsertObject =
 
 std::optional<qint32> insertObject(database::Connection &db)
 {
-    const auto rows = db.query(QLatin1String(kInsertObject), {database::Value::text(QUuid::createUuid().toString())});
+    const auto rows = db.query(kInsertObject, {database::Value::text(QUuid::createUuid().toString())});
     if (rows.rowCount() == 0)
         return std::nullopt;
     return rows.integer(0, 0);

@@ -8,7 +8,11 @@
 
 #include <QMap>
 
+#include <algorithm>
+
 namespace registry {
+
+using database::Value;
 
 namespace {
 
@@ -23,9 +27,13 @@ constexpr int kMinMapEntryBytes = 4 + 4 + 4 + 4 + 4 + 4 + 2;
 /// Replaces the property on each object; an object whose insert fails is announced like the others.
 void setOnObjects(CommandCall &call, const QList<qint32> &objects, const CardsProperty &property)
 {
-    for (const qint32 object : objects) {
-        insertProperty(call.db, object, property);
-        call.announceSavedCard(object);
+    constexpr qsizetype kAtOnce = 50;
+    for (qsizetype first = 0; first < objects.size(); first += kAtOnce) {
+        const QList<qint32> some = objects.sliced(first, std::min(kAtOnce, objects.size() - first));
+        for (const qint32 object : some)
+            postProperty(call.db, object, property);
+        for (const qint32 object : some)
+            call.announceSavedCard(object);
     }
 }
 
@@ -34,7 +42,7 @@ void setOnObjects(CommandCall &call, const QList<qint32> &objects, const CardsPr
 void getObjectCardV2(CommandCall &call)
 {
     const auto object = call.in.read<qint32>();
-    const auto rows = call.db.query(QString::fromLatin1(kSelectCard).arg(object));
+    const auto rows = call.db.query(kSelectCard, {Value::integer(object)});
     const QList<CardsProperty> card = records::cardFromRows(rows);
     call.out << object << static_cast<qint32>(card.size());
     for (const CardsProperty &property : card)
@@ -48,9 +56,9 @@ void saveObjectCardV2(CommandCall &call)
     if (!count)
         return;
     // Nothing stops the save: a failed delete or insert leaves the other rows to be written.
-    (void)call.db.query(QString::fromLatin1(kDeleteCard).arg(object));
+    call.db.post(kDeleteCard, {Value::integer(object)});
     for (qint32 i = 0; i < *count; ++i)
-        insertProperty(call.db, object, call.in.read<CardsProperty>());
+        postProperty(call.db, object, call.in.read<CardsProperty>());
     call.announceSavedCard(object);
     call.logEvent(QStringLiteral("User '%1' save card with id=%2").arg(call.callerName(), QString::number(object)));
 }
@@ -62,7 +70,7 @@ void updateObjectCardField(CommandCall &call)
     if (!properties.isEmpty()) {
         // One field a command: of several the one with the smallest key.
         const CardsProperty &property = properties.first();
-        updatePropertyValue(call.db, object, property.name, property.value);
+        postPropertyValue(call.db, object, property.name, property.value);
         call.announceSavedCard(object);
     }
     call.logEvent(QStringLiteral("User '%1' update card with id=%2").arg(call.callerName(), QString::number(object)));

@@ -8,6 +8,8 @@
 
 namespace registry {
 
+using database::Value;
+
 namespace {
 
 constexpr const char *kCountCommands = R"(SELECT Count(*) as cnt FROM "Commands" WHERE "Id_object" = %0)";
@@ -28,7 +30,7 @@ enum Column {
     NumParams,
     ParamName,
     ParamDescription,
-    Value,
+    ParamValue,
     ParamId,
     Type
 };
@@ -45,7 +47,7 @@ CmdDesc commandFromRow(const database::Result &rows, int row)
 
 ParamDesc parameterFromRow(const database::Result &rows, int row)
 {
-    return {rows.bytes(row, ParamName), rows.bytes(row, Value), rows.text(row, ParamDescription),
+    return {rows.bytes(row, ParamName), rows.bytes(row, ParamValue), rows.text(row, ParamDescription),
             rows.integer(row, Type), rows.integer(row, ParamId)};
 }
 
@@ -91,13 +93,13 @@ void setOnObjects(CommandCall &call, const QList<qint32> &objects)
 void getCommandDescV2(CommandCall &call)
 {
     const auto object = call.in.read<qint32>();
-    const auto count = call.db.query(QString::fromLatin1(kCountCommands).arg(object));
+    const auto count = call.db.query(kCountCommands, {Value::integer(object)});
     if (count.rowCount() != 1) {
         call.withholdReply();
         return;
     }
     call.out << object << count.integer(0, 0);
-    writeCommands(call.out, call.db.query(QString::fromLatin1(kSelectCommands).arg(object)));
+    writeCommands(call.out, call.db.query(kSelectCommands, {Value::integer(object)}));
 }
 
 void saveCommandDescV2(CommandCall &call)

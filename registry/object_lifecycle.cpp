@@ -23,7 +23,7 @@ void create(CommandCall &call)
     const auto name = call.in.read<QByteArray>();
     const qint32 object = insertObject(call.db).value_or(0);
     if (object != 0)
-        insertProperty(call.db, object, {-1, QStringLiteral("name"), QStringLiteral("Имя"), kTextType, name, 't'});
+        postProperty(call.db, object, {-1, QStringLiteral("name"), QStringLiteral("Имя"), kTextType, name, 't'});
     call.logEvent(QStringLiteral("User '%1' create card with id=%2, name=%3")
                       .arg(call.callerName(), QString::number(object), QString::fromUtf8(name)));
     // Readers of the event log know a creation by the deletion of a negative number that follows it.
@@ -33,7 +33,7 @@ void create(CommandCall &call)
 void rename(CommandCall &call, qint32 object)
 {
     const auto name = call.in.read<QByteArray>();
-    updatePropertyValue(call.db, object, QStringLiteral("name"), name);
+    postPropertyValue(call.db, object, QStringLiteral("name"), name);
     call.announceSavedCard(object);
     call.logEvent(QStringLiteral("User '%1' update card with id=%2, name=%3")
                       .arg(call.callerName(), QString::number(object), QString::fromUtf8(name)));

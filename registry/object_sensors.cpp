@@ -8,6 +8,8 @@
 
 namespace registry {
 
+using database::Value;
+
 namespace {
 
 constexpr const char *kSelectSensors = R"(SELECT * FROM "Sensors" WHERE "Id_objects" = %0 order by "Id")";
@@ -19,7 +21,7 @@ constexpr const char *kDeleteByName = R"(DELETE FROM "Sensors" WHERE "Id_objects
 void setOnObjects(CommandCall &call, const QList<qint32> &objects, const SensorInfoX &sensor)
 {
     const QString text = QString::fromLatin1(kDeleteByType).arg(numberListText(objects), QString::number(sensor.type));
-    if (!call.db.query(text).ok())
+    if (!call.db.queryOnce(text).ok())
         return;
     for (const qint32 object : objects) {
         if (!insertSensor(call.db, object, sensor))
@@ -33,7 +35,7 @@ void setOnObjects(CommandCall &call, const QList<qint32> &objects, const SensorI
 void getSensorsV2(CommandCall &call)
 {
     const auto object = call.in.read<qint32>();
-    const auto rows = call.db.query(QString::fromLatin1(kSelectSensors).arg(object));
+    const auto rows = call.db.query(kSelectSensors, {Value::integer(object)});
     const QList<SensorInfoX> sensors = records::sensorsFromRows(rows);
     call.out << object << static_cast<qint32>(sensors.size());
     for (const SensorInfoX &sensor : sensors)
@@ -47,9 +49,9 @@ void saveSensorsV2(CommandCall &call)
     if (!count)
         return;
     // Nothing stops the save: a failed delete or insert leaves the other rows to be written.
-    (void)call.db.query(QString::fromLatin1(kDeleteSensors).arg(object));
+    call.db.post(kDeleteSensors, {Value::integer(object)});
     for (qint32 i = 0; i < *count; ++i)
-        insertSensor(call.db, object, call.in.read<SensorInfoX>());
+        postSensor(call.db, object, call.in.read<SensorInfoX>());
     call.announceSavedCard(object);
 }
 

@@ -47,10 +47,10 @@ bool placementsMayBeRead(RequestReader &in, qint32 groups)
 
 void insertGroup(database::Connection &db, const Group &group)
 {
-    (void)db.query(QLatin1String(kInsertGroup), {Value::integer(group.number), Value::text(nameText(group.name)),
-                                                 Value::boolean(group.parent == 0)});
+    db.post(kInsertGroup,
+            {Value::integer(group.number), Value::text(nameText(group.name)), Value::boolean(group.parent == 0)});
     if (group.parent != 0)
-        (void)db.query(QLatin1String(kInsertNesting), {Value::integer(group.parent), Value::integer(group.number)});
+        db.post(kInsertNesting, {Value::integer(group.parent), Value::integer(group.number)});
 }
 
 } // namespace
@@ -69,7 +69,7 @@ void saveObjectsTree(CommandCall &call)
         const auto group = call.in.read<qint32>();
         const auto object = call.in.read<qint32>();
         if (group != 0)
-            (void)call.db.query(QLatin1String(kInsertPlacement), {Value::integer(group), Value::integer(object)});
+            call.db.post(kInsertPlacement, {Value::integer(group), Value::integer(object)});
     }
     call.logEvent(QStringLiteral("User '%1' modify tree").arg(call.callerName()));
 }

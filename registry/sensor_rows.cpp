@@ -13,7 +13,12 @@ constexpr const char *kInsertSensor =
 
 bool insertSensor(database::Connection &db, qint32 object, const SensorInfoX &sensor)
 {
-    return db.query(QLatin1String(kInsertSensor), records::bind(object, sensor)).ok();
+    return db.query(kInsertSensor, records::bind(object, sensor)).ok();
+}
+
+void postSensor(database::Connection &db, qint32 object, const SensorInfoX &sensor)
+{
+    db.post(kInsertSensor, records::bind(object, sensor));
 }
 
 } // namespace registry

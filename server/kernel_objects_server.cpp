@@ -70,6 +70,11 @@ void TKernelObjectsServer::sendAction(const QByteArray &action, const QByteArray
     SetAction(action, message, data, colour, idConnection);
 }
 
+void TKernelObjectsServer::sendAnswer(const QByteArray &frame)
+{
+    connector()->writeToAdmin(frame);
+}
+
 void TKernelObjectsServer::writeToLog(const QByteArray &text, quint8 level)
 {
     WriteToLog(text, level);

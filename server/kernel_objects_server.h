@@ -28,6 +28,7 @@ public slots:
 private:
     void upgradeConnections();
 
+    void sendAnswer(const QByteArray &frame) override;
     void sendAction(const QByteArray &action, const QByteArray &message, const QByteArray &data, const QColor &colour,
                     int idConnection) override;
     void writeToLog(const QByteArray &text, quint8 level) override;

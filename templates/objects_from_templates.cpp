@@ -39,8 +39,8 @@ Outcome checkIdentity(database::Connection &db, const Identity &identity)
 {
     if (identity.value(kName).isEmpty() || identity.value(kModem).isEmpty())
         return Outcome::IdentityMissing;
-    const auto rows = db.query(QLatin1String(kCountTwins), {Value::bytes(identity.value(kSubdivision).toUtf8()),
-                                                            Value::bytes(identity.value(kModem).toUtf8())});
+    const auto rows = db.query(kCountTwins, {Value::bytes(identity.value(kSubdivision).toUtf8()),
+                                             Value::bytes(identity.value(kModem).toUtf8())});
     if (rows.rowCount() == 0)
         return Outcome::StatementFailed;
     return rows.integer(0, 0) > 0 ? Outcome::TwinExists : Outcome::Done;
@@ -62,28 +62,28 @@ bool insertIdentity(database::Connection &db, qint32 object, const Identity &ide
 /// the one written last, and nowhere before there is one.
 void copyToObject(database::Connection &db, qint32 number, qint32 object)
 {
-    readCard(db, number, {}, [&](const CardsProperty &property) { registry::insertProperty(db, object, property); });
-    readSensors(db, number, {}, [&](const SensorInfoX &sensor) { registry::insertSensor(db, object, sensor); });
+    readCard(db, number, {}, [&](const CardsProperty &property) { registry::postProperty(db, object, property); });
+    readSensors(db, number, {}, [&](const SensorInfoX &sensor) { registry::postSensor(db, object, sensor); });
     qint32 key = 0;
     readControls(
         db, number, {},
         [&](const CmdDesc &command) { key = registry::insertCommand(db, object, command).value_or(key); },
         [&](const ParamDesc &parameter) {
             if (key != 0)
-                registry::insertParameter(db, key, parameter);
+                registry::postParameter(db, key, parameter);
         });
 }
 
 void copyToTemplate(database::Connection &db, qint32 number, qint32 copy)
 {
-    readCard(db, number, {}, [&](const CardsProperty &property) { insertTemplateProperty(db, copy, property); });
-    readSensors(db, number, {}, [&](const SensorInfoX &sensor) { insertTemplateSensor(db, copy, sensor); });
+    readCard(db, number, {}, [&](const CardsProperty &property) { postTemplateProperty(db, copy, property); });
+    readSensors(db, number, {}, [&](const SensorInfoX &sensor) { postTemplateSensor(db, copy, sensor); });
     qint32 key = 0;
     readControls(
         db, number, {}, [&](const CmdDesc &command) { key = insertTemplateCommand(db, copy, command).value_or(key); },
         [&](const ParamDesc &parameter) {
             if (key != 0)
-                insertTemplateParameter(db, key, parameter);
+                postTemplateParameter(db, key, parameter);
         });
 }
 

@@ -23,7 +23,7 @@ void readCard(database::Connection &db, qint32 number, const NumberSink &emitNum
               const std::function<void(const CardsProperty &)> &emitProperty)
 {
     const auto place = TemplatePlace::of(number);
-    const auto rows = db.query(place.fill(kSelectCard));
+    const auto rows = place.query(db, kSelectCard);
     if (emitNumber) {
         emitNumber(static_cast<qint32>(place.number));
         emitNumber(rows.size());
@@ -38,13 +38,10 @@ void readCard(database::Connection &db, qint32 number, const NumberSink &emitNum
     }
 }
 
-bool insertTemplateProperty(database::Connection &db, qint32 number, const CardsProperty &property)
+void postTemplateProperty(database::Connection &db, qint32 number, const CardsProperty &property)
 {
-    return db
-        .query(QLatin1String(kInsertProperty),
-               {Value::integer(number), Value::text(property.name), Value::text(property.description),
-                Value::bytes(records::pack(property))})
-        .ok();
+    db.post(kInsertProperty, {Value::integer(number), Value::text(property.name), Value::text(property.description),
+                              Value::bytes(records::pack(property))});
 }
 
 void getTemplateCardV2(CommandCall &call)
@@ -62,9 +59,9 @@ void saveTemplateCardV2(CommandCall &call)
     const auto count = call.in.recordCount();
     if (!count)
         return;
-    (void)call.db.query(TemplatePlace::of(number).fill(kDeleteCard));
+    TemplatePlace::of(number).post(call.db, kDeleteCard);
     for (qint32 i = 0; i < *count; ++i)
-        insertTemplateProperty(call.db, number, call.in.read<CardsProperty>());
+        postTemplateProperty(call.db, number, call.in.read<CardsProperty>());
 }
 
 } // namespace templates

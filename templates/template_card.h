@@ -22,7 +22,7 @@ void saveTemplateCardV2(registry::CommandCall &call);
 void readCard(database::Connection &db, qint32 number, const NumberSink &emitNumber,
               const std::function<void(const CardsProperty &)> &emitProperty);
 
-/// Adds a property to an own template. False when the insert failed.
-bool insertTemplateProperty(database::Connection &db, qint32 number, const CardsProperty &property);
+/// Adds a property to an own template. Nobody learns whether that failed.
+void postTemplateProperty(database::Connection &db, qint32 number, const CardsProperty &property);
 
 } // namespace templates

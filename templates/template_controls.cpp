@@ -46,6 +46,12 @@ ParamDesc parameterFromRow(const database::Result &rows, int row)
     return parameter;
 }
 
+QList<Value> bind(qint32 command, const ParamDesc &parameter)
+{
+    return {Value::integer(command), Value::text(QString::fromUtf8(parameter.name)), Value::text(parameter.description),
+            Value::bytes(records::pack(parameter))};
+}
+
 /// Reads one command with its parameters and adds it; false at the first insert that fails.
 bool insertNextControl(CommandCall &call, qint32 number)
 {
@@ -67,14 +73,14 @@ void readControls(database::Connection &db, qint32 number, const NumberSink &emi
                   const std::function<void(const ParamDesc &)> &emitParameter)
 {
     const auto place = TemplatePlace::of(number);
-    const auto count = db.query(place.fill(kCountCommands));
+    const auto count = place.query(db, kCountCommands);
     if (count.rowCount() == 0)
         return;
     if (emitNumber) {
         emitNumber(static_cast<qint32>(place.number));
         emitNumber(count.integer(0, 0));
     }
-    const auto rows = db.query(place.fill(kSelectControls));
+    const auto rows = place.query(db, kSelectControls);
     qint32 previous = 0;
     for (int row = 0; row < rows.rowCount(); ++row) {
         const qint32 key = rows.integer(row, CmdId);
@@ -88,9 +94,9 @@ void readControls(database::Connection &db, qint32 number, const NumberSink &emi
 
 std::optional<qint32> insertTemplateCommand(database::Connection &db, qint32 number, const CmdDesc &command)
 {
-    const auto rows = db.query(QLatin1String(kInsertCommand),
-                               {Value::integer(number), Value::text(command.name), Value::text(command.description),
-                                Value::bytes(records::pack(command))});
+    const auto rows =
+        db.query(kInsertCommand, {Value::integer(number), Value::text(command.name), Value::text(command.description),
+                                  Value::bytes(records::pack(command))});
     if (rows.rowCount() == 0)
         return std::nullopt;
     return rows.integer(0, 0);
@@ -98,11 +104,12 @@ std::optional<qint32> insertTemplateCommand(database::Connection &db, qint32 num
 
 bool insertTemplateParameter(database::Connection &db, qint32 command, const ParamDesc &parameter)
 {
-    return db
-        .query(QLatin1String(kInsertParameter),
-               {Value::integer(command), Value::text(QString::fromUtf8(parameter.name)),
-                Value::text(parameter.description), Value::bytes(records::pack(parameter))})
-        .ok();
+    return db.query(kInsertParameter, bind(command, parameter)).ok();
+}
+
+void postTemplateParameter(database::Connection &db, qint32 command, const ParamDesc &parameter)
+{
+    db.post(kInsertParameter, bind(command, parameter));
 }
 
 void getTemplateControlsV2(CommandCall &call)

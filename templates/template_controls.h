@@ -20,6 +20,9 @@ void readControls(database::Connection &db, qint32 number, const NumberSink &emi
                                                           const CmdDesc &command);
 
 /// Adds a parameter to the template command with row key `command`. False when the insert failed.
-bool insertTemplateParameter(database::Connection &db, qint32 command, const ParamDesc &parameter);
+[[nodiscard]] bool insertTemplateParameter(database::Connection &db, qint32 command, const ParamDesc &parameter);
+
+/// The same where it does not matter whether the insert succeeds; it is not waited for.
+void postTemplateParameter(database::Connection &db, qint32 command, const ParamDesc &parameter);
 
 } // namespace templates

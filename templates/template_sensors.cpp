@@ -23,7 +23,7 @@ void readSensors(database::Connection &db, qint32 number, const NumberSink &emit
                  const std::function<void(const SensorInfoX &)> &emitSensor)
 {
     const auto place = TemplatePlace::of(number);
-    const auto rows = db.query(place.fill(kSelectSensors));
+    const auto rows = place.query(db, kSelectSensors);
     if (emitNumber) {
         emitNumber(static_cast<qint32>(place.number));
         emitNumber(rows.size());
@@ -37,12 +37,10 @@ void readSensors(database::Connection &db, qint32 number, const NumberSink &emit
     }
 }
 
-bool insertTemplateSensor(database::Connection &db, qint32 number, const SensorInfoX &sensor)
+void postTemplateSensor(database::Connection &db, qint32 number, const SensorInfoX &sensor)
 {
-    return db
-        .query(QLatin1String(kInsertSensor), {Value::integer(number), Value::text(QStringLiteral("")),
-                                              Value::text(sensor.name), Value::bytes(records::pack(sensor))})
-        .ok();
+    db.post(kInsertSensor, {Value::integer(number), Value::text(QStringLiteral("")), Value::text(sensor.name),
+                            Value::bytes(records::pack(sensor))});
 }
 
 void getTemplateSensorsV2(CommandCall &call)
@@ -60,9 +58,9 @@ void saveTemplateSensorsV2(CommandCall &call)
     const auto count = call.in.recordCount();
     if (!count)
         return;
-    (void)call.db.query(TemplatePlace::of(number).fill(kDeleteSensors));
+    TemplatePlace::of(number).post(call.db, kDeleteSensors);
     for (qint32 i = 0; i < *count; ++i)
-        insertTemplateSensor(call.db, number, call.in.read<SensorInfoX>());
+        postTemplateSensor(call.db, number, call.in.read<SensorInfoX>());
 }
 
 } // namespace templates

@@ -11,7 +11,7 @@ void saveTemplateSensorsV2(registry::CommandCall &call);
 void readSensors(database::Connection &db, qint32 number, const NumberSink &emitNumber,
                  const std::function<void(const SensorInfoX &)> &emitSensor);
 
-/// Adds a sensor to an own template. False when the insert failed.
-bool insertTemplateSensor(database::Connection &db, qint32 number, const SensorInfoX &sensor);
+/// Adds a sensor to an own template. Nobody learns whether that failed.
+void postTemplateSensor(database::Connection &db, qint32 number, const SensorInfoX &sensor);
 
 } // namespace templates

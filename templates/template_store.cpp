@@ -23,7 +23,7 @@ constexpr const char *kDelete =
 
 void getTemplateListV2(CommandCall &call)
 {
-    const auto rows = call.db.query(QString::fromLatin1(kSelectList));
+    const auto rows = call.db.query(kSelectList);
     call.out << rows.rowCount();
     for (int row = 0; row < rows.rowCount(); ++row)
         call.out << rows.integer(row, 0) << rows.bytes(row, 1);
@@ -38,14 +38,14 @@ void fixTemplateDescV2(CommandCall &call)
     }
     const Value title = Value::text(QString::fromUtf8(call.in.read<QByteArray>()));
     if (number == 0)
-        (void)call.db.query(QLatin1String(kInsertHead), {title});
+        call.db.post(kInsertHead, {title});
     else
-        (void)call.db.query(QLatin1String(kRename), {title, Value::integer(number)});
+        call.db.post(kRename, {title, Value::integer(number)});
 }
 
 std::optional<qint32> insertTemplate(database::Connection &db, const QString &title)
 {
-    const auto rows = db.query(QLatin1String(kInsertHeadOfCopy), {Value::text(title)});
+    const auto rows = db.query(kInsertHeadOfCopy, {Value::text(title)});
     if (rows.rowCount() == 0)
         return std::nullopt;
     return rows.integer(0, 0);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "database/connection.h"
+
 #include <QString>
 
 namespace templates {
@@ -16,6 +18,12 @@ struct TemplatePlace
 
     /// `statement` with %0 replaced by the table and %1 by the number.
     [[nodiscard]] QString fill(const char *statement) const;
+
+    /// Runs `statement`, in which %0 is the table and %1 the number.
+    [[nodiscard]] database::Result query(database::Connection &db, const char *statement) const;
+
+    /// The same without waiting for it.
+    void post(database::Connection &db, const char *statement) const;
 };
 
 } // namespace templates

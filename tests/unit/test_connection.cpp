@@ -84,7 +84,7 @@ private slots:
     {
         QFETCH(QString, expression);
         QFETCH(int, code);
-        QCOMPARE(int(m_connection.query("select " + expression).character(0, 0)), code);
+        QCOMPARE(int(m_connection.queryOnce("select " + expression).character(0, 0)), code);
     }
 
     void findsColumnsByTheirExactName()
@@ -110,7 +110,7 @@ private slots:
 
     void keepsNullAndEmptyApart()
     {
-        const QString insert = R"(insert into "Objects_property" ("Id_objects","Name","Value") values (?,?,?))";
+        const QByteArray insert = R"(insert into "Objects_property" ("Id_objects","Name","Value") values (?,?,?))";
         QVERIFY(
             m_connection.query(insert, {Value::integer(1), Value::text(QString()), Value::bytes(QByteArray())}).ok());
         QVERIFY(m_connection.query(insert, {Value::integer(2), Value::text(""), Value::bytes("")}).ok());

@@ -1,3 +1,4 @@
+#include "bus/frame.h"
 #include "keystone/log.h"
 #include "registry/command_call.h"
 #include "registry/dispatcher.h"
@@ -33,7 +34,7 @@ void counting(CommandCall &call)
 
 void failing(CommandCall &call)
 {
-    (void)call.db.query(QStringLiteral("select 1"));
+    (void)call.db.query("select 1");
 }
 
 void shadowed(CommandCall &call)
@@ -60,6 +61,12 @@ public:
                         .arg(QString::fromUtf8(action), QString::fromUtf8(message),
                              data.isNull() ? QStringLiteral("null") : QString::fromLatin1(data.toHex()), colour.name())
                         .arg(idConnection));
+    }
+    void sendAnswer(const QByteArray &frame) override
+    {
+        const bus::Frame sent = bus::decode(frame.sliced(sizeof(qint32)));
+        const auto &answer = std::get<bus::Action>(sent);
+        sendAction(answer.action, answer.message, answer.data, answer.colour, answer.idConnection);
     }
     void writeToLog(const QByteArray &text, quint8) override { said.append(QString::fromUtf8(text)); }
     void stop(int code) override { said.append(QStringLiteral("stop %1").arg(code)); }

@@ -1,5 +1,7 @@
+#include "bus/action_frame.h"
 #include "bus/frame.h"
 #include "bytes.h"
+#include "keystone/stream.h"
 
 #include <QTest>
 
@@ -18,6 +20,26 @@ private slots:
         QCOMPARE(built, hex("00 00 00 20 CA"
                             "00 00 00 01 41  00 00 00 02 4D 4D  00 00 00 01 01"
                             "01 FF FF 00 00 00 00 FF FF 00 00  FF FF FF FF"));
+    }
+
+    void buildsAnAnswerInItsPlace()
+    {
+        bus::ActionFrame answer("AB");
+        QCOMPARE(answer.dataSize(), 0);
+        keystone::ByteWriter out(&answer.bytes());
+        out << qint16(0x0102) << qint8(3);
+        QCOMPARE(answer.dataSize(), 3);
+        QCOMPARE(answer.take(Qt::blue, 258), hex("00 00 00 23 CA"
+                                                 "00 00 00 02 41 42  00 00 00 02 41 42  00 00 00 03 01 02 03"
+                                                 "01 FF FF 00 00 00 00 FF FF 00 00  00 00 01 02"));
+    }
+
+    void anAnswerThatNothingIsWrittenToHasNullData()
+    {
+        bus::ActionFrame answer("A");
+        const keystone::ByteWriter out(&answer.bytes());
+        QCOMPARE(answer.take(Qt::red, -1), hex("00 00 00 1E CA  00 00 00 01 41  00 00 00 01 41  FF FF FF FF"
+                                               "01 FF FF FF FF 00 00 00 00 00 00  FF FF FF FF"));
     }
 
     void buildsACommandWithANullRequest()

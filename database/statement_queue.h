@@ -1,0 +1,67 @@
+#pragma once
+
+#include "database/value.h"
+
+#include <QByteArray>
+#include <QHash>
+#include <QList>
+
+#include <chrono>
+#include <deque>
+#include <functional>
+
+namespace database {
+
+/// Statements on their way to the server, each with a success and a commit of its own, and the texts that the session
+/// keeps prepared for them.
+///
+/// They travel in libpq's pipeline mode: the next one is sent before the outcome of the one before is known. A text is
+/// prepared when it first comes, and then kept as long as the session lasts.
+class StatementQueue
+{
+public:
+    /// Statements that may wait for their outcome at a time. The server answers while we send; this many answers fit
+    /// into any socket.
+    static constexpr qsizetype kMost = 64;
+
+    /// The session is a new one, or was cleaned: nothing is prepared in it, and nothing is on its way.
+    void forgetAll();
+
+    /// The server does not have this text prepared any more.
+    void forget(const QByteArray &text) { m_names.remove(text); }
+
+    /// Sends a statement. Its placeholders are "?" in order, or "%0", "%1", ... for the values in that order. False
+    /// where libpq could not take it and says why.
+    [[nodiscard]] bool add(PGconn *connection, const QByteArray &text, const QList<Value> &values);
+
+    [[nodiscard]] bool isEmpty() const { return m_waiting.empty(); }
+
+    /// Sends a statement that is not kept. Its placeholders are "$1", "$2", ...
+    [[nodiscard]] bool addOnce(PGconn *connection, const QByteArray &text, const QList<Value> &values);
+
+    /// True when the next statement must not be added before the outcomes are taken.
+    [[nodiscard]] bool isFull() const;
+
+    /// Waits for the outcome of the oldest statement: its result, or the error that it or its preparation failed with;
+    /// null when the connection has nothing to say. See nextResult() for `limit`. The caller owns the result.
+    [[nodiscard]] PGresult *takeOldest(PGconn *connection, std::chrono::milliseconds limit);
+
+    /// The same for a statement whose rows go to `takeRow` one by one, as results that it comes to own.
+    [[nodiscard]] PGresult *takeOldestByRows(PGconn *connection, std::chrono::milliseconds limit,
+                                             const std::function<void(PGresult *)> &takeRow);
+
+private:
+    struct Waiting
+    {
+        QByteArray text;
+        bool prepares; ///< the server has still to say whether it could prepare the text
+    };
+
+    [[nodiscard]] bool end(PGconn *connection, const Waiting &statement, int sent);
+
+    QHash<QByteArray, QByteArray> m_names; ///< of the prepared statements, by their texts
+    std::deque<Waiting> m_waiting;
+    int m_lastName = 0;
+};
+
+} // namespace database

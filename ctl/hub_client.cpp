@@ -3,10 +3,25 @@
 #include "ctl/text.h"
 #include "hub/hub_protocol.h"
 
+#include <algorithm>
+
 namespace ctl {
 namespace {
 
 constexpr size_t kKeptNotices = 1000; ///< while an answer is awaited; the oldest goes when one more comes
+
+constexpr char kProbe[] = "About";
+constexpr std::chrono::milliseconds kPatience{1000}; ///< until a service is asked whether it is still at work
+
+Failure unanswered(const QByteArray &command)
+{
+    return {QStringLiteral(
+                "the service leaves %1 without an answer: it has refused the request, or the answer is more than "
+                "the %2 bytes that a frame may hold; its log says which")
+                .arg(printable(QString::fromUtf8(command)))
+                .arg(bus::kFrameLimit),
+            false, true};
+}
 
 } // namespace
 
@@ -44,8 +59,23 @@ Outcome HubClient::flush()
 
 Result<bus::Action> HubClient::answer(const QByteArray &action)
 {
+    return answer(action, QDeadlineTimer(QDeadlineTimer::Forever));
+}
+
+Result<bus::Action> HubClient::answer(const QByteArray &action, QDeadlineTimer patience)
+{
     const QDeadlineTimer limit = deadline();
-    while (const auto body = m_link.next(limit)) {
+    int probe = 0;
+    for (;;) {
+        const auto body = m_link.next(probe > 0 ? limit : std::min(patience, limit));
+        if (!body && (probe > 0 || m_link.hasEnded() || limit.hasExpired()))
+            return missing();
+        if (!body) {
+            if (Outcome failure = send(kProbe, {}))
+                return *failure;
+            probe = ++m_probesSent;
+            continue;
+        }
         bus::Frame frame = bus::decode(*body);
         auto *arrived = std::get_if<bus::Action>(&frame);
         if (arrived == nullptr)
@@ -56,19 +86,27 @@ Result<bus::Action> HubClient::answer(const QByteArray &action)
             continue;
         else if (arrived->action == hub::kHubMessage && action != hub::kHubMessage)
             return hubFailure(arrived->message);
-        else if (action.isEmpty() || arrived->action == action)
+        else if (arrived->action == kProbe && m_probesAnswered < m_probesSent) {
+            if (++m_probesAnswered == probe)
+                return unanswered(action);
+        } else if (action.isEmpty() || arrived->action == action)
             return std::move(*arrived);
     }
-    if (m_link.hasEnded())
-        return Failure{QStringLiteral("the hub ") + m_link.endReason(), false, true};
-    return Failure{QStringLiteral("no answer within %1 s").arg(double(m_timeout.count()) / 1000), false, true};
 }
 
 Result<bus::Action> HubClient::ask(const QByteArray &command, const QByteArray &data)
 {
     if (Outcome failure = send(command, data))
         return *failure;
-    return answer(command);
+    return answer(command, QDeadlineTimer(command == kProbe ? m_timeout : std::min(kPatience, m_timeout / 2)));
+}
+
+/// Why no answer has come.
+Failure HubClient::missing() const
+{
+    if (m_link.hasEnded())
+        return {QStringLiteral("the hub ") + m_link.endReason(), false, true};
+    return {QStringLiteral("no answer within %1 s").arg(double(m_timeout.count()) / 1000), false, true};
 }
 
 Result<bus::Action> HubClient::nextNotice(QDeadlineTimer deadline)
@@ -97,6 +135,12 @@ Failure HubClient::hubFailure(const QByteArray &message)
     if (message == hub::kServiceGone)
         return {QStringLiteral("the service went away before it answered: look into its log and start it again"), false,
                 true};
+    if (message == hub::kServiceTooLong)
+        return {
+            QStringLiteral("the answer is longer than the %1 bytes that a frame may hold; the hub has cut the service "
+                           "off: start it again")
+                .arg(bus::kFrameLimit),
+            false, true};
     return {QStringLiteral("the hub says: ") + printable(QString::fromUtf8(message))};
 }
 

@@ -28,6 +28,9 @@ public:
     [[nodiscard]] Result<bus::Action> answer(const QByteArray &action);
 
     /// Sends the command and waits for the answer under its name.
+    ///
+    /// A service that cannot answer says nothing. So one that keeps us waiting is asked "About" as well: commands are
+    /// taken in order, and when that is answered first, the other answer will never come.
     [[nodiscard]] Result<bus::Action> ask(const QByteArray &command, const QByteArray &data);
 
     /// The next notice, those kept first.
@@ -38,11 +41,15 @@ public:
 
 private:
     [[nodiscard]] QDeadlineTimer deadline() const { return QDeadlineTimer(m_timeout); }
+    [[nodiscard]] Result<bus::Action> answer(const QByteArray &action, QDeadlineTimer patience);
+    [[nodiscard]] Failure missing() const;
     void keepNotice(bus::Action notice);
 
     qint32 m_operatorNumber;
     std::chrono::milliseconds m_timeout;
     FrameLink m_link;
+    int m_probesSent = 0; ///< "About" asked for the sake of another answer
+    int m_probesAnswered = 0;
     std::deque<bus::Action> m_notices;
 };
 

@@ -171,10 +171,11 @@ void Hub::dropService(LinkId id)
     auto service = m_services.extract(id);
     if (service.empty())
         return;
+    const char *reason = service.mapped().link->sentTooLongFrame() ? kServiceTooLong : kServiceGone;
     service.mapped().link->deleteLater();
     logLine(QStringLiteral("%1 is gone").arg(service.mapped().link->name()));
     for (const Request &request : service.mapped().waiting.takeAskers())
-        tellClient(request.client, request.operatorNumber, kServiceGone);
+        tellClient(request.client, request.operatorNumber, reason);
 }
 
 void Hub::dropClient(LinkId id)

@@ -14,6 +14,7 @@ inline constexpr char kDefaultClientsName[] = "objects_hub";
 inline constexpr char kHubMessage[] = "HubMessage";
 inline constexpr char kNoService[] = "no service is connected";
 inline constexpr char kServiceGone[] = "the service went away";
+inline constexpr char kServiceTooLong[] = "the service was cut off: its frame is longer than 50000000 bytes";
 inline constexpr char kServiceBusy[] = "the service does not keep up, the command is dropped";
 
 /// Connection number of an action frame that is meant for all clients.

@@ -48,6 +48,7 @@ void Link::readFrames()
         case bus::FrameCutter::Result::NeedMore:
             return;
         case bus::FrameCutter::Result::TooLong:
+            m_sentTooLongFrame = true;
             abortBecause(QStringLiteral("its frame is longer than %1 bytes").arg(bus::kFrameLimit));
             return;
         }

@@ -32,6 +32,9 @@ public:
     /// Queues one whole frame. A closed link drops it.
     void send(const QByteArray &frame);
 
+    /// True once the peer was cut off because of the length of its frame.
+    [[nodiscard]] bool sentTooLongFrame() const { return m_sentTooLongFrame; }
+
 signals:
     /// Type byte and body of one frame, as FrameCutter cuts them.
     void frameArrived(hub::LinkId id, const QByteArray &body);
@@ -47,6 +50,7 @@ private:
     QString m_name;
     bus::FrameCutter m_cutter;
     bool m_open = true;
+    bool m_sentTooLongFrame = false;
 };
 
 } // namespace hub

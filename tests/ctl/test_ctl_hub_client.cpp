@@ -1,3 +1,4 @@
+#include "bus/frame_cutter.h"
 #include "ctl/hub_client.h"
 #include "tests/hub/peer.h"
 
@@ -29,6 +30,8 @@ private slots:
     void explainsTheMessagesOfTheHub();
     void noticesThatTheHubEnds();
     void refusesFramesThatAreTooLong();
+    void tellsWhatAServiceAtWorkLeavesUnanswered();
+    void waitsForAServiceThatIsSlow();
     void sendsNothingLongerThanAFrame();
     void readsAnAnswerNearTheFrameLimit();
 
@@ -36,7 +39,12 @@ private:
     /// What the server does once the first command has arrived.
     using Script = std::function<void(QLocalSocket &)>;
 
+    /// What the server does with each command.
+    using Handler = std::function<void(QLocalSocket &, const bus::Command &)>;
+
     void onCommand(const Script &script) { m_script = script; }
+    void onFrames(const Handler &handler) { m_handler = handler; }
+    void handleFrames(QLocalSocket &socket, const QByteArray &arrived);
     static QByteArray action(const QByteArray &name, qint32 connection, const QByteArray &message = "message")
     {
         return bus::encode(bus::Action{name, message, "data", QColor(Qt::blue), connection});
@@ -46,6 +54,8 @@ private:
     std::unique_ptr<QLocalServer> m_server;
     QByteArray m_received;
     Script m_script;
+    Handler m_handler;
+    bus::FrameCutter m_cutter;
     QString m_path;
 };
 
@@ -56,15 +66,30 @@ void TestCtlHubClient::init()
     m_server = std::make_unique<QLocalServer>();
     m_received.clear();
     m_script = nullptr;
+    m_handler = nullptr;
+    m_cutter = bus::FrameCutter();
     QVERIFY(m_server->listen(m_path));
     connect(m_server.get(), &QLocalServer::newConnection, this, [this] {
         QLocalSocket *socket = m_server->nextPendingConnection();
         connect(socket, &QLocalSocket::readyRead, this, [this, socket] {
-            m_received += socket->readAll();
+            const QByteArray arrived = socket->readAll();
+            m_received += arrived;
+            if (m_handler)
+                handleFrames(*socket, arrived);
             if (m_script && m_received.contains("Get"))
                 std::exchange(m_script, nullptr)(*socket);
         });
     });
+}
+
+void TestCtlHubClient::handleFrames(QLocalSocket &socket, const QByteArray &arrived)
+{
+    m_cutter.append(arrived);
+    for (QByteArray body; m_cutter.next(body) == bus::FrameCutter::Result::FrameReady;) {
+        const bus::Frame frame = bus::decode(body);
+        if (const auto *command = std::get_if<bus::Command>(&frame))
+            m_handler(socket, *command);
+    }
 }
 
 void TestCtlHubClient::cleanup()
@@ -160,6 +185,9 @@ void TestCtlHubClient::explainsTheMessagesOfTheHub_data()
                                    "it attaches within about 5 s"_qs;
     QTest::newRow("gone") << "the service went away"_qba
                           << u"the service went away before it answered: look into its log and start it again"_qs;
+    QTest::newRow("too long") << "the service was cut off: its frame is longer than 50000000 bytes"_qba
+                              << u"the answer is longer than the 50000000 bytes that a frame may hold; the hub has cut "
+                                 "the service off: start it again"_qs;
     QTest::newRow("other") << "new\x1b"_qba << u"the hub says: new\\x1b"_qs;
 }
 
@@ -194,6 +222,45 @@ void TestCtlHubClient::refusesFramesThatAreTooLong()
     const auto reply = client.ask("Get", {});
     QVERIFY(!reply);
     QCOMPARE(reply.failure().message, u"the hub sent a frame of more than 50000000 bytes, which cannot be taken"_qs);
+}
+
+void TestCtlHubClient::tellsWhatAServiceAtWorkLeavesUnanswered()
+{
+    // The service takes "Get" and says nothing, as it does where the answer fits in no frame.
+    onFrames([](QLocalSocket &socket, const bus::Command &command) {
+        if (command.name == "About")
+            socket.write(action("About", 1, "version"));
+    });
+    HubClient client(1, std::chrono::seconds(60));
+    QVERIFY(!client.connectTo(m_path));
+    const auto reply = client.ask("Get", {});
+    QVERIFY(!reply);
+    QVERIFY(reply.failure().unanswered);
+    QCOMPARE(reply.failure().message,
+             u"the service leaves Get without an answer: it has refused the request, or the answer is more than the "
+             "50000000 bytes that a frame may hold; its log says which"_qs);
+    // The question itself is not mistaken for a probe.
+    QVERIFY(client.ask("About", {}));
+}
+
+void TestCtlHubClient::waitsForAServiceThatIsSlow()
+{
+    // The answer comes after the probe was sent, and before its answer.
+    onFrames([](QLocalSocket &socket, const bus::Command &command) {
+        if (command.name == "About")
+            socket.write(action("Get", 1, "late") + action("About", 1, "version"));
+        else if (command.name == "Next")
+            socket.write(action("Next", 1, "next"));
+    });
+    HubClient client(1, std::chrono::seconds(60));
+    QVERIFY(!client.connectTo(m_path));
+    auto reply = client.ask("Get", {});
+    QVERIFY(reply);
+    QCOMPARE(reply->message, "late");
+    // The probe's answer, which comes before this one, is passed over.
+    auto next = client.ask("Next", {});
+    QVERIFY(next);
+    QCOMPARE(next->message, "next");
 }
 
 void TestCtlHubClient::sendsNothingLongerThanAFrame()

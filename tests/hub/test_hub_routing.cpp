@@ -33,6 +33,7 @@ private slots:
     void holdsAFloodBackFromAServiceThatDoesNotRead();
     void losesNothingWhenAClientVanishesInMidFrame();
     void cutsOffAPeerWhoseFrameIsTooLong();
+    void passesAnAnswerOfTheLongestFrame();
     void refusesConnectionsBeyondItsLimit();
 
 private:
@@ -324,6 +325,8 @@ void TestHubRouting::cutsOffAPeerWhoseFrameIsTooLong()
     const auto badClient = newClient();
     const auto badService = newService();
     const auto client = newClient();
+    client->command("Get", 4);
+    QTRY_COMPARE(badService->commands.size(), 1);
     badClient->socket.write(QByteArray::fromHex("02FAF081 CB")); // 50000001
     badService->socket.write(QByteArray::fromHex("7FFFFFFF CA"));
     client->socket.write(QByteArray::fromHex("02FAF080 CB")); // 50000000: waits
@@ -331,8 +334,27 @@ void TestHubRouting::cutsOffAPeerWhoseFrameIsTooLong()
     QTRY_COMPARE(m_hub->serviceCount(), 1);
     QTRY_VERIFY(!badClient->isConnected() && !badService->isConnected());
     QVERIFY(client->isConnected());
+    QTRY_COMPARE(client->actions.size(), 1);
+    QCOMPARE(client->actions.first().action, "HubMessage");
+    QCOMPARE(client->actions.first().message, "the service was cut off: its frame is longer than 50000000 bytes");
+    client->actions.clear();
     service->action("ServerMessage", -1, "fine");
     QTRY_COMPARE(client->answers(), Answers{"fine"});
+}
+
+void TestHubRouting::passesAnAnswerOfTheLongestFrame()
+{
+    const auto service = newService();
+    const auto client = newClient();
+    client->command("Get", 4);
+    QTRY_COMPARE(service->commands.size(), 1);
+    const auto frameOf = [](qsizetype data) {
+        return bus::encode(bus::Action{"Get", "Get", QByteArray(data, 'x'), QColor(Qt::blue), 4});
+    };
+    const qsizetype longest = 50'000'000 - (frameOf(0).size() - qsizetype(sizeof(qint32)));
+    service->socket.write(frameOf(longest));
+    QTRY_COMPARE_WITH_TIMEOUT(client->actions.size(), 1, 60000);
+    QCOMPARE(client->actions.first().data.size(), longest);
 }
 
 void TestHubRouting::refusesConnectionsBeyondItsLimit()

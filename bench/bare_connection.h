@@ -3,6 +3,7 @@
 #include "database/value.h"
 
 #include <QByteArray>
+#include <QHash>
 #include <QList>
 #include <QtGlobal>
 
@@ -38,10 +39,18 @@ public:
     /// The same for a statement whose rows do not matter, if it has any.
     void execute(const QByteArray &statement, const QList<database::Value> &values = {});
 
+    /// The same as binary() with a statement that is made ready at its first use and kept: PQprepare, PQexecPrepared.
+    [[nodiscard]] Rows prepared(const QByteArray &statement, const QList<database::Value> &values = {});
+
+    /// COPY of the statement's rows in binary form, which are received and dropped: the least that reading them can
+    /// cost. Returns their bytes. `query` has no semicolon and no values.
+    qint64 copyOut(const QByteArray &query);
+
 private:
     [[nodiscard]] Rows checked(PGresult *result) const;
 
     PGconn *m_connection;
+    QHash<QByteArray, QByteArray> m_prepared; ///< names by statement
 };
 
 } // namespace bench

@@ -1,8 +1,7 @@
 #include "bench/command_figures.h"
 
-#include "bus/frame.h"
+#include "bench/command_frames.h"
 #include "keystone/records.h"
-#include "keystone/stream.h"
 #include "records/record_rows.h"
 
 #include <stdexcept>
@@ -41,15 +40,6 @@ QByteArray filled(const char *text, const QString &objects)
 QByteArray filled(const char *text, const QString &objects, int number)
 {
     return QString::fromUtf8(text).arg(objects, QString::number(number)).toUtf8();
-}
-
-template <typename... Fields>
-QByteArray request(const char *command, const Fields &...fields)
-{
-    QByteArray payload;
-    keystone::ByteWriter out(&payload);
-    (out << ... << fields);
-    return bus::encode(bus::Command{command, payload, kConnection});
 }
 
 /// As many bytes as the one of that number that the registry was filled with.
@@ -118,23 +108,20 @@ int parametersLikeRows(keystone::ByteReader &in, qint32 commands, const Rows &ro
 /// Refuses an answer that does not hold one record for each of `rows`.
 void checkReply(const QByteArray &answer, const Rows &rows)
 {
-    const bus::Frame frame = bus::decode(answer.sliced(sizeof(qint32)));
-    const auto *action = std::get_if<bus::Action>(&frame);
-    if (!action || action->idConnection != kConnection)
-        throw std::runtime_error("the service answered with another frame than an answer to this caller");
-    keystone::ByteReader in(action->data);
+    const bus::Action action = answerIn(answer, kConnection);
+    keystone::ByteReader in(action.data);
     qint32 object = 0;
     qint32 count = 0;
     in >> object >> count;
     int same = 0;
-    if (action->action == "Get_command_desc_v2")
+    if (action.action == "Get_command_desc_v2")
         same = parametersLikeRows(in, count, rows);
-    else if (action->action == "Get_sensors_v2")
+    else if (action.action == "Get_sensors_v2")
         same = recordsLikeRows<SensorInfoX>(in, rows, R"("Name")");
     else
         same = recordsLikeRows<CardsProperty>(in, rows, R"("Name")");
     if (same == 0 || same != PQntuples(rows.get()) || in.status() != QDataStream::Ok || !in.atEnd())
-        throw std::runtime_error("the service's " + action->action.toStdString() + " is not what the database holds");
+        throw std::runtime_error("the service's " + action.action.toStdString() + " is not what the database holds");
 }
 
 } // namespace
@@ -154,7 +141,7 @@ CommandFigures::Operation CommandFigures::readCard(int object)
 {
     return {"Get_object_card_v2, 12 properties",
             kQuick,
-            request("Get_object_card_v2", qint32(object)),
+            commandFrame(kConnection, "Get_object_card_v2", qint32(object)),
             1,
             {{filled(kSelectCard, QString::number(object)), {}}},
             {}};
@@ -164,7 +151,7 @@ CommandFigures::Operation CommandFigures::readSensors(int object)
 {
     return {"Get_sensors_v2, 50 sensors",
             kQuick,
-            request("Get_sensors_v2", qint32(object)),
+            commandFrame(kConnection, "Get_sensors_v2", qint32(object)),
             1,
             {{filled(kSelectSensors, QString::number(object)), {}}},
             {}};
@@ -175,7 +162,7 @@ CommandFigures::Operation CommandFigures::readCommands(int object, const char *w
     const QString number = QString::number(object);
     return {std::string("Get_command_desc_v2, ") + which + " object",
             1,
-            request("Get_command_desc_v2", qint32(object)),
+            commandFrame(kConnection, "Get_command_desc_v2", qint32(object)),
             1,
             {{filled(kCountCommands, number), {}}, {filled(kSelectCommands, number), {}}},
             {}};
@@ -192,7 +179,7 @@ CommandFigures::Operation CommandFigures::saveSensors(int object)
     // A list streams as its length and its elements, which is the request's form.
     return {"Save_sensors_v2, 1000 sensors",
             1,
-            request("Save_sensors_v2", qint32(object), sensors),
+            commandFrame(kConnection, "Save_sensors_v2", qint32(object), sensors),
             1,
             std::move(statements),
             filled(kManyAreSaved, QString::number(object), kManySensors)};
@@ -207,7 +194,7 @@ CommandFigures::Operation CommandFigures::setSensor(const QList<qint32> &objects
         statements.push_back({kInsertSensor, records::bind(object, set)});
     return {"Fix_sensor_multi_objs_v2, 1000 objects",
             1,
-            request("Fix_sensor_multi_objs_v2", true, objects, set),
+            commandFrame(kConnection, "Fix_sensor_multi_objs_v2", true, objects, set),
             static_cast<int>(objects.size()),
             std::move(statements),
             filled(kOneIsSetOnAll, list, kManyObjects)};

@@ -4,13 +4,7 @@
 -- which are measured, have 50 sensors and 20 commands with 5 parameters each instead. All texts of a kind take the same
 -- number of bytes, and the rows of an object lie together.
 
--- Filling is several times as fast without the indexes, which then come back as they were defined.
-CREATE TEMP TABLE later AS
-SELECT format('DROP INDEX %s', indexrelid::regclass) AS remove, pg_get_indexdef(indexrelid) AS make
-FROM pg_index
-WHERE NOT indisprimary
-  AND indrelid IN ('"Objects_property"'::regclass, '"Sensors"'::regclass, '"Commands"'::regclass, '"Params"'::regclass);
-SELECT remove FROM later \gexec
+\ir fast_fill.sql
 
 INSERT INTO "Objects" ("Id", "Id_owner", "guid")
 SELECT object, 0, lpad(object::text, 36, '0')
@@ -42,9 +36,4 @@ SELECT command."Id", 'param_' || lpad(parameter::text, 3, '0'), 'Парамет�
 FROM "Commands" AS command,
      generate_series(1, CASE WHEN command."Id_object" IN (1, :objects) THEN 5 ELSE 6 END) AS parameter;
 
-SELECT make FROM later \gexec
-DROP TABLE later;
-
--- Marks all rows as visible to everybody, as autovacuum does in an installation, and counts them for the planner.
-VACUUM ANALYZE;
-CHECKPOINT;
+\ir fast_fill_end.sql

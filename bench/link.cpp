@@ -98,6 +98,15 @@ bool Link::receiveOrEnd(int frames)
     return true;
 }
 
+pid_t Link::peer() const
+{
+    ucred credentials{};
+    socklen_t size = sizeof credentials;
+    if (::getsockopt(m_descriptor, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0)
+        fail("the link's other end is unknown");
+    return credentials.pid;
+}
+
 int acceptOne(const std::string &path)
 {
     sockaddr_un address{};

@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include <sys/types.h>
+
 namespace bench {
 
 /// One end of a Unix stream socket, spoken to with poll, read and write alone. Throws std::runtime_error where the
@@ -25,6 +27,9 @@ public:
 
     /// The same, of a peer that may end the link instead: false once it has.
     [[nodiscard]] bool receiveOrEnd(int frames = 1);
+
+    /// The process at the other end.
+    [[nodiscard]] pid_t peer() const;
 
 private:
     int m_descriptor;

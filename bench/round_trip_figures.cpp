@@ -1,8 +1,7 @@
 #include "bench/round_trip_figures.h"
 
-#include "bus/frame.h"
+#include "bench/command_frames.h"
 #include "keystone/records.h"
-#include "keystone/stream.h"
 
 #include <QtEndian>
 
@@ -22,23 +21,6 @@ constexpr const char *kCardCommand = "Get_object_card_v2";
 /// The service's own text.
 constexpr const char *kCardStatement = R"( SELECT * FROM "Objects_property" where "Id_objects" = %0 order by "Id" )";
 
-QByteArray cardRequest(int object)
-{
-    QByteArray payload;
-    keystone::ByteWriter out(&payload);
-    out << qint32(object);
-    return bus::encode(bus::Command{kCardCommand, payload, kConnection});
-}
-
-bus::Action actionIn(const QByteArray &answer)
-{
-    const bus::Frame frame = bus::decode(answer.sliced(sizeof(qint32)));
-    const auto *action = std::get_if<bus::Action>(&frame);
-    if (!action || action->idConnection != kConnection)
-        throw std::runtime_error("the service answered with another frame than an answer to this caller");
-    return *action;
-}
-
 /// `column` in double quotes, since libpq folds the capitals of any other name.
 QByteArray valueOf(const Rows &rows, int row, const char *column)
 {
@@ -49,7 +31,7 @@ QByteArray valueOf(const Rows &rows, int row, const char *column)
 /// Refuses an answer that is not the card in `rows` (binary values).
 void checkCard(const QByteArray &answer, int object, const Rows &rows)
 {
-    const bus::Action action = actionIn(answer);
+    const bus::Action action = answerIn(answer, kConnection);
     keystone::ByteReader in(action.data);
     qint32 number = 0;
     qint32 count = 0;
@@ -90,20 +72,20 @@ private:
 RoundTrips::RoundTrips(std::unique_ptr<Link> service, const std::string &database, int objects)
     : m_service(std::move(service))
     , m_database(database)
-    , m_aboutRequest(bus::encode(bus::Command{"About", QByteArray(), kConnection}))
+    , m_aboutRequest(commandFrame(kConnection, "About"))
 {
     std::vector<int> order(static_cast<std::size_t>(objects));
     std::iota(order.begin(), order.end(), 1);
     std::shuffle(order.begin(), order.end(), std::mt19937());
     m_order = std::make_shared<const std::vector<int>>(std::move(order));
     for (int object = 0; object <= objects; ++object) {
-        m_cardRequests.append(cardRequest(object));
+        m_cardRequests.append(commandFrame(kConnection, kCardCommand, qint32(object)));
         m_statements.append(QString::fromLatin1(kCardStatement).arg(object).toLatin1());
     }
 
     m_service->send(m_aboutRequest);
     m_aboutAnswer = m_service->receive();
-    if (actionIn(m_aboutAnswer).action != "About")
+    if (answerIn(m_aboutAnswer, kConnection).action != "About")
         throw std::runtime_error("the service did not answer \"About\"");
     // Every card once: what is measured afterwards lies in memory on every side.
     for (const int object : *m_order) {

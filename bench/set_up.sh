@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# What bench/run and bench/growth share: a private cluster with throw-away registries in the temporary folder, the
-# service on one of them, and a program that measures it. Read in by both, which set root (the project's folder).
+# What the scripts here share: a private cluster with throw-away registries in the temporary folder, the service on one
+# of them, and a program that measures it. Read in by each, which sets root (the project's folder).
 # Whatever was started is stopped and removed at the end, after a failure and after Ctrl-C.
 # shellcheck disable=SC2154 # root
 
@@ -12,6 +12,7 @@ port=    # its port
 service= # processes
 measuring=
 pinned=() # command in front of everything that takes part in the measurement
+profiler=() # and in front of the service alone
 
 say() { printf '%s\n' "$*" >&2; }
 
@@ -21,6 +22,18 @@ fail() {
 }
 
 positive() { [[ ${1:-} =~ ^[1-9][0-9]{0,6}$ ]] || usage; }
+
+# The options that all of them have; they set rounds or pinned.
+shared_option() { # option, value
+    case $1 in
+        --rounds) positive "${2:-}" && rounds=$2 ;;
+        --cpus)
+            [[ ${2:-} =~ ^[0-9,-]+$ ]] || usage
+            pinned=(taskset -c "$2")
+            ;;
+        *) usage ;;
+    esac
+}
 
 # Ends a process of ours and waits until it is gone.
 end() {
@@ -84,7 +97,7 @@ DbPort=$port
 DbName=$database
 DbUser=postgres
 INI
-    (cd -- "$work" && exec "${pinned[@]}" "$bin/objects_server" -settings objects_server.ini) >"$work/output" 2>&1 &
+    (cd -- "$work" && exec "${pinned[@]}" "${profiler[@]}" "$bin/objects_server" -settings objects_server.ini) >"$work/output" 2>&1 &
     service=$!
     "${pinned[@]}" "$program" "$@" --admin "$work/admin" \
         --database "host=$socket port=$port dbname=$database user=postgres" &

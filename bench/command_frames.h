@@ -1,0 +1,24 @@
+#pragma once
+
+#include "bus/frame.h"
+#include "keystone/stream.h"
+
+#include <QByteArray>
+
+namespace bench {
+
+/// A command of the operator `caller`; the fields stream one behind the other, and a list as its length and its
+/// elements.
+template <typename... Fields>
+[[nodiscard]] QByteArray commandFrame(int caller, const char *command, const Fields &...fields)
+{
+    QByteArray payload;
+    keystone::ByteWriter out(&payload);
+    static_cast<void>((out << ... << fields));
+    return bus::encode(bus::Command{command, payload, caller});
+}
+
+/// What the first of `frames` holds, which must be an answer to `caller`; throws std::runtime_error where it is not.
+[[nodiscard]] bus::Action answerIn(const QByteArray &frames, int caller);
+
+} // namespace bench

@@ -16,6 +16,15 @@
         QVERIFY2(saidFrame == expectedFrame, qPrintable(support::difference(saidFrame, expectedFrame)));               \
     } while (false)
 
+/// The next frame on `wire` is one of these.
+#define SAYS_ONE_OF(wire, ...)                                                                                         \
+    do {                                                                                                               \
+        const QByteArray saidFrame = (wire).nextFrame();                                                               \
+        const QByteArrayList expectedFrames = __VA_ARGS__;                                                             \
+        QVERIFY2(expectedFrames.contains(saidFrame),                                                                   \
+                 qPrintable(support::difference(saidFrame, expectedFrames.value(0))));                                 \
+    } while (false)
+
 /// The next frame on `wire` is an event-log record of this line, made just now.
 #define RECORDS(wire, line)                                                                                            \
     do {                                                                                                               \

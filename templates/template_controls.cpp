@@ -81,13 +81,14 @@ void readControls(database::Connection &db, qint32 number, const NumberSink &emi
         emitNumber(count.integer(0, 0));
     }
     const auto rows = place.query(db, kSelectControls);
-    qint32 previous = 0;
+    CmdDesc command;
     for (int row = 0; row < rows.rowCount(); ++row) {
-        const qint32 key = rows.integer(row, CmdId);
-        if (key != previous)
-            emitCommand(commandFromRow(rows, row));
-        previous = key;
-        if (rows.integer(row, NumParams) > 0)
+        // The keys begin at 0: a first command of that key is counted but not given.
+        if (rows.integer(row, CmdId) != command.id) {
+            command = commandFromRow(rows, row);
+            emitCommand(command);
+        }
+        if (command.numParams > 0)
             emitParameter(parameterFromRow(rows, row));
     }
 }

@@ -14,8 +14,8 @@ namespace testing {
 class SampleRegistry
 {
 public:
-    /// Empty when all is up, else what went wrong.
-    [[nodiscard]] QString begin()
+    /// Empty when all is up, else what went wrong. `settings`: further lines of the service's settings.
+    [[nodiscard]] QString begin(const QByteArray &settings = {})
     {
         const QString failure = load();
         if (!failure.isEmpty())
@@ -24,7 +24,7 @@ public:
                   {"--services", service.adminPath(), "--clients", service.path("clients")});
         if (!hub.waitForReadyRead())
             return "the hub does not start";
-        service.start(database->settings());
+        service.start(settings + database->settings());
         const bool isUp = support::ServiceProcess::waitUntil([this] { return run({"about"}) == 0; });
         return isUp ? QString() : service.story();
     }

@@ -137,18 +137,16 @@ void getPersonalsetup4objectsX(CommandCall &call)
 
 void fixPersonalSetupChanges(CommandCall &call)
 {
-    if (!changeMayBeMade(call.in))
-        return;
     logAndAnnounce(call);
-    WorkingAdmCommands::FixPersonalSetup(call.in, call.db);
+    if (changeMayBeMade(call.in))
+        WorkingAdmCommands::FixPersonalSetup(call.in, call.db);
 }
 
 void copyPersonalSetup(CommandCall &call)
 {
-    if (!copyMayBeMade(call.in))
-        return;
     logAndAnnounce(call);
-    WorkingAdmCommands::CopyPersonalSetup(call.in, call.db);
+    if (copyMayBeMade(call.in))
+        WorkingAdmCommands::CopyPersonalSetup(call.in, call.db);
 }
 
 } // namespace operators

@@ -57,7 +57,8 @@ void Dispatcher::run(const CommandRow &row, const QByteArray &request, int calle
     if (!refusal.isEmpty())
         logMessage(
             QStringLiteral("%1 of %2 refused: %3").arg(QLatin1String(row.name), QString::number(caller), refusal));
-    else if (row.reply == Reply::Sent && call.isReplying())
+    // A refused command is answered as one whose statements have failed.
+    if (row.reply == Reply::Sent && call.isReplying())
         m_announcer.sendAnswer(call.reply.take(Qt::blue, caller));
     call.sendLateNotices();
     if (logHasLevel(kLogCommands)) {

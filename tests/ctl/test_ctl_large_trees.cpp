@@ -66,8 +66,8 @@ void TestCtlLargeTrees::saysThatATreeIsTooLarge()
     QCOMPARE(m_site->run({"--timeout", "60", "tree", "show", "--full"}), 1);
     QCOMPARE(
         m_site->err,
-        "objectsctl: the service leaves Get_full_objects_tree without an answer: it has refused the request, or the "
-        "answer is more than the 50000000 bytes that a frame may hold; its log says which\n");
+        "objectsctl: the service leaves Get_full_objects_tree without an answer: the answer is more than the 50000000 "
+        "bytes that a frame may hold, or the database failed; its log says which\n");
     QVERIFY2(m_site->service.waitForLog("Frame not sent: 5"), qPrintable(m_site->service.story()));
     // The others have their answers as before.
     QCOMPARE(m_site->run({"card", "show", "1"}), 0);

@@ -75,6 +75,8 @@ private slots:
     void anySectionIsStored_data();
     void anySectionIsStored();
     void switchesManyAtOnce();
+    void switchesAWholeRegistryAtOnce();
+    void refusesRowsBeyondNumber();
     void failedInsertLeavesThePropertiesDeleted();
     void failedDeleteDoesNotStopTheInsert();
 
@@ -378,6 +380,40 @@ void TestPersonalSetup::switchesManyAtOnce()
     QCOMPARE(m_site.database->rows(counts), QStringList("124000|124000"));
     CHANGES(kChange, setupChange(3, 7, objects.mid(1), properties.mid(1), {}));
     QCOMPARE(m_site.database->rows(counts), QStringList("2061|2061"));
+}
+
+void TestPersonalSetup::switchesAWholeRegistryAtOnce()
+{
+    QList<int> objects;
+    for (int object = 1; object <= 100'000; ++object)
+        objects.append(object);
+    CHANGES(kChange, setupChange(1, 7, objects, {}, {1, 2, 8, 201, 202, 203}));
+    QCOMPARE(
+        m_site.database->value(R"(select count(distinct ("Id_object", "Id_PersProp")) from "Person_Setup")").toInt(),
+        600'000);
+    CHANGES(kCopy, setupCopy(1, 7, {8, 9}));
+    QCOMPARE(m_site.database->value(R"(select count(*) from "Person_Setup" where "Id_connect" in (8, 9))").toInt(),
+             1'200'000);
+    CHANGES(kChange, setupChange(1, 7, objects, {1, 2, 8, 201, 202, 203}, {}));
+    QCOMPARE(m_site.database->value(R"(select count(*) from "Person_Setup")").toInt(), 1'200'000);
+}
+
+void TestPersonalSetup::refusesRowsBeyondNumber()
+{
+    give("(1,7,17,1)");
+    // A short request for 25 million rows, and a copy to more operators than any installation has: nothing is changed,
+    // and all is said as after statements that fail.
+    const QList<int> many(5000, 17);
+    const QList<int> crowd(100'001, 7);
+    for (const auto &[name, request] :
+         {std::pair{kChange, setupChange(1, 7, many, {1}, many)}, std::pair{kCopy, setupCopy(1, 7, crowd)}}) {
+        const qsizetype lines = m_site.newLogLines().size();
+        CHANGES(name, request);
+        QCOMPARE(m_site.newLogLines().size(), lines + 1);
+        QVERIFY2(m_site.newLogLines().last().contains("refused: "), qPrintable(m_site.newLogLines().last()));
+        QCOMPARE(rows(), QStringList("1|7|17|1"));
+    }
+    m_failedStatements = 2; // lines of the log
 }
 
 void TestPersonalSetup::failedInsertLeavesThePropertiesDeleted()

@@ -184,7 +184,7 @@ bool TConnector::reconnect(TMyLocalSocket *link, const QByteArray &greeting)
 void TConnector::openServer()
 {
     QLocalServer::removeServer(m_serverName);
-    if (m_server->listen(m_serverName)) {
+    if (bus::listenWithMode(*m_server, m_serverName, m_socketMode)) {
         logMessage(tr("Start server: %1 Ok!!!! \n").arg(m_serverName));
         return;
     }

@@ -2,6 +2,7 @@
 
 #include "bus/frame.h"
 #include "bus/local_socket.h"
+#include "bus/socket_mode.h"
 
 #include <QByteArray>
 #include <QColor>
@@ -40,6 +41,9 @@ public:
     /// starts one more timer.
     void SetServerName(const QString &name);
     [[nodiscard]] QString GetServerName() const { return m_serverName; }
+
+    /// Who may connect to the service's own server, from its next opening on. Only its user until this is called.
+    void SetSocketMode(bus::SocketMode mode) { m_socketMode = mode; }
 
     /// Adds a sibling server to keep connected; a name that is there already is not added again.
     void addOutServerName(const QString &name);
@@ -92,6 +96,7 @@ private:
     bool m_firstStart = true;
     TMyLocalServer *m_server;
     QString m_serverName;
+    bus::SocketMode m_socketMode = bus::SocketMode::User;
     bool m_watch = false;
     bool m_stopping = false;
     QList<TMyLocalSocket *> m_incoming;

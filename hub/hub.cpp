@@ -49,11 +49,11 @@ Hub::~Hub()
         client.link->disconnect(this);
 }
 
-QString Hub::listen(const QString &servicesPath, const QString &clientsPath)
+QString Hub::listen(const QString &servicesPath, const QString &clientsPath, bus::SocketMode mode)
 {
-    if (!m_serviceServer.listen(servicesPath))
+    if (!bus::listenWithMode(m_serviceServer, servicesPath, mode))
         return QStringLiteral("cannot listen on %1: %2").arg(servicesPath, m_serviceServer.errorString());
-    if (!m_clientServer.listen(clientsPath)) {
+    if (!bus::listenWithMode(m_clientServer, clientsPath, mode)) {
         m_serviceServer.close();
         return QStringLiteral("cannot listen on %1: %2").arg(clientsPath, m_clientServer.errorString());
     }

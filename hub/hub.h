@@ -1,6 +1,7 @@
 #pragma once
 
 #include "bus/frame.h"
+#include "bus/socket_mode.h"
 #include "hub/link.h"
 #include "hub/request_queue.h"
 
@@ -34,8 +35,10 @@ public:
     explicit Hub(const Limits &limits = {}, QObject *parent = nullptr);
     ~Hub() override;
 
-    /// Opens both sockets (paths that claimSocket() found free). Empty on success, else one line saying what failed.
-    [[nodiscard]] QString listen(const QString &servicesPath, const QString &clientsPath);
+    /// Opens both sockets (paths that claimSocket() found free) for those of `mode`. Empty on success, else one line
+    /// saying what failed.
+    [[nodiscard]] QString listen(const QString &servicesPath, const QString &clientsPath,
+                                 bus::SocketMode mode = bus::SocketMode::User);
 
     [[nodiscard]] qsizetype serviceCount() const { return qsizetype(m_services.size()); }
     [[nodiscard]] qsizetype clientCount() const { return qsizetype(m_clients.size()); }

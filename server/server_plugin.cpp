@@ -41,6 +41,7 @@ bool TServerPlugin::LoadSettings(QString path)
     const QSettings settings(path, QSettings::IniFormat);
     loadLogSettings(settings);
     loadBusNames(settings);
+    loadSocketMode(settings);
     return true;
 }
 
@@ -79,6 +80,17 @@ void TServerPlugin::loadBusNames(const QSettings &settings)
     const QStringList names = siblings.split(QLatin1Char(' '), Qt::KeepEmptyParts, Qt::CaseSensitive);
     for (const QString &name : names)
         m_connector->addOutServerName(name);
+}
+
+void TServerPlugin::loadSocketMode(const QSettings &settings)
+{
+    const QString name = settingText(settings, QStringLiteral("Base/SocketMode"), QString());
+    if (name.isEmpty())
+        return;
+    const auto mode = bus::socketModeNamed(name);
+    if (!mode)
+        pLog->Message(tr("Error load settings SocketMode: \"%1\" is neither user nor group, user is taken").arg(name));
+    m_connector->SetSocketMode(mode.value_or(bus::SocketMode::User));
 }
 
 QSettings *TServerPlugin::prepareTemplateSettings()

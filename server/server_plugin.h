@@ -50,6 +50,7 @@ protected:
 private:
     void loadLogSettings(const QSettings &settings);
     void loadBusNames(const QSettings &settings);
+    void loadSocketMode(const QSettings &settings);
 
     TConnector *m_connector;
     QList<TLog *> m_logs; ///< one per load; none is ever deleted, since whoever holds an earlier one may still write

@@ -86,5 +86,9 @@
         <source>Warrning: No Connections </source>
         <translation>Предупреждение: Connections не задано </translation>
     </message>
+    <message>
+        <source>Error load settings SocketMode: &quot;%1&quot; is neither user nor group, user is taken</source>
+        <translation>Ошибка загрузки настроек SocketMode: &quot;%1&quot; — не user и не group, принято user</translation>
+    </message>
 </context>
 </TS>

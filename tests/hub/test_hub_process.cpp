@@ -1,3 +1,5 @@
+#include "tests/support/other_user.h"
+
 #include <QFile>
 #include <QLocalServer>
 #include <QLocalSocket>
@@ -24,6 +26,8 @@ private slots:
     void takesOverASocketThatNobodyServes();
     void refusesASocketThatIsInUse();
     void keepsAFileThatIsNoSocket();
+    void letsOnlyThoseInWhoMayConnect_data();
+    void letsOnlyThoseInWhoMayConnect();
     void refusesWrongUsage_data();
     void refusesWrongUsage();
 
@@ -35,7 +39,7 @@ private:
     }
     /// Runs the hub to its end; returns its exit code and puts its messages into m_messages.
     int runHub(const QStringList &arguments);
-    void start(QProcess &process) const;
+    void start(QProcess &process, const QStringList &more = {}) const;
 
     std::unique_ptr<QTemporaryDir> m_folder;
     QString m_messages;
@@ -54,9 +58,9 @@ int TestHubProcess::runHub(const QStringList &arguments)
     return -1;
 }
 
-void TestHubProcess::start(QProcess &process) const
+void TestHubProcess::start(QProcess &process, const QStringList &more) const
 {
-    process.start(QStringLiteral(ADMIN_HUB_PATH), arguments());
+    process.start(QStringLiteral(ADMIN_HUB_PATH), arguments() + more);
     QVERIFY(process.waitForReadyRead(10'000));
     QCOMPARE(QString::fromUtf8(process.readLine()),
              QStringLiteral("admin_hub: services on %1, clients on %2\n").arg(path("services"), path("clients")));
@@ -126,6 +130,44 @@ void TestHubProcess::keepsAFileThatIsNoSocket()
     QCOMPARE(file.size(), 8);
 }
 
+void TestHubProcess::letsOnlyThoseInWhoMayConnect_data()
+{
+    QTest::addColumn<QStringList>("more");
+    QTest::addColumn<int>("umask");
+    QTest::addColumn<int>("mode");
+    QTest::newRow("by default") << QStringList() << 0 << 0600;
+    QTest::newRow("user") << QStringList{"--socket-mode", "user"} << 0 << 0600;
+    QTest::newRow("group") << QStringList{"--socket-mode", "group"} << 0 << 0660;
+    QTest::newRow("group under a closed umask") << QStringList{"--socket-mode=group"} << 077 << 0660;
+}
+
+void TestHubProcess::letsOnlyThoseInWhoMayConnect()
+{
+    QFETCH(QStringList, more);
+    QFETCH(int, umask);
+    QFETCH(int, mode);
+    // Strangers may pass the folder, so that the sockets' own modes decide.
+    QVERIFY(QFile::setPermissions(m_folder->path(),
+                                  QFile::permissions(m_folder->path()) | QFile::ExeGroup | QFile::ExeOther));
+    QProcess process;
+    {
+        const support::UmaskScope scope(static_cast<mode_t>(umask));
+        start(process, more);
+    }
+    for (const QString &socket : {path("services"), path("clients")}) {
+        QCOMPARE(support::ownFileMode(socket), mode);
+        QLocalSocket own;
+        own.connectToServer(socket);
+        QVERIFY(own.waitForConnected(5000));
+        if (!support::mayBecomeStranger())
+            continue;
+        QCOMPARE(support::strangerConnects(socket), EACCES);
+        QCOMPARE(support::strangerConnects(socket, ::getegid()), mode == 0660 ? 0 : EACCES);
+    }
+    process.terminate();
+    QVERIFY(process.waitForFinished(10'000));
+}
+
 void TestHubProcess::refusesWrongUsage_data()
 {
     QTest::addColumn<QStringList>("arguments");
@@ -139,6 +181,8 @@ void TestHubProcess::refusesWrongUsage_data()
                                 << "admin_hub: the name of a socket must not be empty";
     QTest::newRow("same name twice") << QStringList{"--services", "a", "--clients", "a"} << 2
                                      << "admin_hub: services and clients need two different sockets";
+    QTest::newRow("unknown mode") << QStringList{"--socket-mode", "everyone"} << 2
+                                  << "admin_hub: --socket-mode is user or group";
     QTest::newRow("107 bytes") << QStringList{"--services", longest + u'x'} << 2
                                << "admin_hub: the socket path is too long (107 bytes, at most 106)";
     QTest::newRow("missing folder") << QStringList{"--services", folder + "/s"} << 1

@@ -28,6 +28,7 @@ private slots:
         row("TServerPlugin", "Error load settings AdminServerName: NoName ");
         row("TServerPlugin", "Error load settings ServerName: NoName ");
         row("TServerPlugin", "Warrning: No Connections ");
+        row("TServerPlugin", "Error load settings SocketMode: \"%1\" is neither user nor group, user is taken");
         row("TConnector", "Start server: %1 Ok!!!! \n");
         row("TConnector", "Start Error: %1\n");
         row("TConnector", "New In Connection %0\n");

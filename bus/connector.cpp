@@ -209,8 +209,21 @@ TMyLocalSocket *TConnector::senderLink() const
     return qobject_cast<TMyLocalSocket *>(sender());
 }
 
+bool TConnector::mayStay(const TMyLocalSocket *link)
+{
+    const auto verdict = m_incomingBound.judge(m_incoming.size(), link->socketDescriptor());
+    if (verdict == bus::IncomingBound::Verdict::Refuse)
+        logMessage(tr("Connections refused: %0 are open\n").arg(m_incoming.size()));
+    return verdict == bus::IncomingBound::Verdict::Take;
+}
+
 void TConnector::newInConnection(TMyLocalSocket *socket)
 {
+    if (!mayStay(socket)) {
+        socket->abort();
+        socket->deleteLater();
+        return;
+    }
     connect(socket, &QLocalSocket::disconnected, this, &TConnector::DisconnectInConnection);
     connect(socket, &QLocalSocket::errorOccurred, this, &TConnector::connectionInError);
     connect(socket, &TMyLocalSocket::NewData, this, &TConnector::SlotNewData);

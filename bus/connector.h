@@ -1,6 +1,7 @@
 #pragma once
 
 #include "bus/frame.h"
+#include "bus/incoming_bound.h"
 #include "bus/local_socket.h"
 #include "bus/socket_mode.h"
 
@@ -22,7 +23,7 @@ class TMyLocalServer;
 ///
 /// A peer that leaves more than kWaitingLimit bytes unread is cut off, on incoming and sibling links; the
 /// administration server at kAdminWaitingLimit. A frame beyond what peers take (bus::kFrameLimit) is not sent but told
-/// in the log.
+/// in the log. Incoming links beyond bus::IncomingBound are closed at once; the first of each burst is told.
 class TConnector : public QObject
 {
     Q_OBJECT
@@ -89,6 +90,7 @@ private:
     bool reconnect(TMyLocalSocket *link, const QByteArray &greeting);
     [[nodiscard]] bool connectSiblings(const QByteArray &greeting);
     void openServer();
+    [[nodiscard]] bool mayStay(const TMyLocalSocket *link);
     void writeTo(TMyLocalSocket *link, const QByteArray &frame, qint64 waitingLimit = kWaitingLimit);
     void deliver(bus::Frame frame, TMyLocalSocket *socket);
     void deliverData(bus::Data &frame, TMyLocalSocket *socket);
@@ -100,6 +102,7 @@ private:
     bool m_watch = false;
     bool m_stopping = false;
     QList<TMyLocalSocket *> m_incoming;
+    bus::IncomingBound m_incomingBound;
     QList<TMyLocalSocket *> m_outgoing; ///< in the order in which the names were added
     TMyLocalSocket *m_admin;
 };

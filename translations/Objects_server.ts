@@ -4,6 +4,12 @@
 <context>
     <name>TConnector</name>
     <message>
+        <source>Connections refused: %0 are open
+</source>
+        <translation>Соединения отклоняются: открыто %0
+</translation>
+    </message>
+    <message>
         <source>Start server: %1 Ok!!!! 
 </source>
         <translation>Сервер запущен: %1 Ok!!!! 

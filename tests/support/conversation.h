@@ -35,6 +35,13 @@
         QVERIFY2(qAbs(qint64(recordTime) - QDateTime::currentSecsSinceEpoch()) <= 30, "the record's time is not now"); \
     } while (false)
 
+/// The service is there and answers "About" next.
+#define ANSWERS(site)                                                                                                  \
+    do {                                                                                                               \
+        QVERIFY2((site).service.isRunning(), qPrintable((site).service.story()));                                      \
+        SAYS_NOTHING_MORE((site).admin);                                                                               \
+    } while (false)
+
 /// Nothing was sent to the administration server beyond what was read.
 #define SAYS_NOTHING_MORE(admin)                                                                                       \
     do {                                                                                                               \

@@ -6,6 +6,11 @@
 #include <QFile>
 #include <QThread>
 
+#include <cerrno>
+#include <cstring>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace support {
@@ -140,6 +145,30 @@ int ServiceProcess::openDescriptors() const
     return int(QDir(QStringLiteral("/proc/%1/fd").arg(m_process.processId()))
                    .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
                    .size());
+}
+
+int ServiceProcess::lowestFreeDescriptor() const
+{
+    struct stat status = {};
+    int number = 0;
+    const auto isUsed = [&] {
+        const QString name = QStringLiteral("/proc/%1/fd/%2").arg(m_process.processId()).arg(number);
+        return ::lstat(QFile::encodeName(name).constData(), &status) == 0;
+    };
+    while (isUsed())
+        ++number;
+    return number;
+}
+
+void ServiceProcess::limitOpenFiles(int files) const
+{
+    const auto process = static_cast<pid_t>(m_process.processId());
+    rlimit limit = {};
+    if (::prlimit(process, RLIMIT_NOFILE, nullptr, &limit) != 0)
+        qFatal("no limit of open files: %s", std::strerror(errno));
+    limit.rlim_cur = static_cast<rlim_t>(files);
+    if (::prlimit(process, RLIMIT_NOFILE, &limit, nullptr) != 0)
+        qFatal("cannot set the limit of open files to %d: %s", files, std::strerror(errno));
 }
 
 QList<ServiceProcess::LogLine> ServiceProcess::readLog(const QString &path)

@@ -56,6 +56,10 @@ public:
     [[nodiscard]] qint64 residentBytes() const;
     /// The number of file descriptors that the process holds.
     [[nodiscard]] int openDescriptors() const;
+    /// The number that the next file opened gets. Others above it may be open, inherited from whoever ran the tests.
+    [[nodiscard]] int lowestFreeDescriptor() const;
+    /// Sets how many files the running process may have open: its soft limit, at most the hard one.
+    void limitOpenFiles(int files) const;
 
     struct LogLine
     {

@@ -2,6 +2,7 @@
 
 #include "bus/local_server.h"
 #include "keystone/log.h"
+#include "keystone/printable_name.h"
 
 #include <QCoreApplication>
 #include <QPointer>
@@ -14,6 +15,9 @@ constexpr int kTickMs = 5000;
 constexpr int kWaitMs = 30000;
 constexpr int kNoConnection = -1;
 constexpr int kAdminLinkClosed = 5;
+
+/// No server has a longer name, and a peer shall not fill our memory with one.
+constexpr qsizetype kNameLimit = 4096;
 
 /// Writing or closing one link may at once remove others from the list it stands in, and delete them soon after.
 QList<QPointer<TMyLocalSocket>> guarded(const QList<TMyLocalSocket *> &links)
@@ -33,6 +37,20 @@ bool mayBeSent(const QByteArray &frame)
 QString nameText(const TMyLocalSocket *link)
 {
     return QString::fromUtf8(link->peerName);
+}
+
+/// The link with the most bytes by `bytesOf` when all together have more than `limit`; null otherwise.
+template <typename BytesOf>
+TMyLocalSocket *heaviest(const QList<TMyLocalSocket *> &links, qint64 limit, BytesOf bytesOf)
+{
+    qint64 sum = 0;
+    TMyLocalSocket *most = nullptr;
+    for (TMyLocalSocket *link : links) {
+        sum += bytesOf(*link);
+        if (!most || bytesOf(*link) > bytesOf(*most))
+            most = link;
+    }
+    return sum > limit ? most : nullptr;
 }
 
 } // namespace
@@ -91,6 +109,7 @@ void TConnector::SetDataAll(unsigned char type, const QByteArray &data)
         if (link)
             writeTo(link, frame);
     }
+    boundWaiting();
 }
 
 void TConnector::SetOutDataAll(unsigned char type, const QByteArray &data)
@@ -115,6 +134,7 @@ void TConnector::SetData(unsigned char type, const QString &name, const QByteArr
         if (link && link->isValid() && nameText(link) == name)
             writeTo(link, frame);
     }
+    boundWaiting();
 }
 
 void TConnector::writeToAdmin(const QByteArray &frame)
@@ -197,11 +217,32 @@ void TConnector::writeTo(TMyLocalSocket *link, const QByteArray &frame, qint64 w
     const QPointer<TMyLocalSocket> alive(link);
     link->write(frame);
     link->flush();
-    if (!alive || link->bytesToWrite() <= waitingLimit)
-        return;
+    if (alive && link->bytesToWrite() > waitingLimit)
+        cutOffReader(link);
+}
+
+void TConnector::cutOffReader(TMyLocalSocket *link)
+{
     logMessage(tr("Connection cut off: %0 leaves %1 bytes unread\n")
-                   .arg(nameText(link), QString::number(link->bytesToWrite())));
+                   .arg(printableName(link->peerName), QString::number(link->bytesToWrite())));
     link->abort();
+}
+
+void TConnector::boundWaiting()
+{
+    const auto waiting = [](const TMyLocalSocket &link) { return link.bytesToWrite(); };
+    while (TMyLocalSocket *link = heaviest(m_incoming, kAllWaitingLimit, waiting))
+        cutOffReader(link);
+}
+
+void TConnector::boundUnfinished()
+{
+    const auto unfinished = [](const TMyLocalSocket &link) { return qint64(link.cutter.keptBytes()); };
+    if (TMyLocalSocket *link = heaviest(m_incoming, kAllUnfinishedLimit, unfinished)) {
+        logMessage(tr("Connection cut off: %0 has %1 bytes of a frame unfinished\n")
+                       .arg(printableName(link->peerName), QString::number(unfinished(*link))));
+        link->abort();
+    }
 }
 
 TMyLocalSocket *TConnector::senderLink() const
@@ -228,7 +269,7 @@ void TConnector::newInConnection(TMyLocalSocket *socket)
     connect(socket, &QLocalSocket::errorOccurred, this, &TConnector::connectionInError);
     connect(socket, &TMyLocalSocket::NewData, this, &TConnector::SlotNewData);
     m_incoming.append(socket);
-    logMessage(tr("New In Connection %0\n").arg(nameText(socket)));
+    logMessage(tr("New In Connection %0\n").arg(printableName(socket->peerName)));
 }
 
 void TConnector::newOutConnection()
@@ -242,7 +283,7 @@ void TConnector::connectionOutError(QLocalSocket::LocalSocketError)
     TMyLocalSocket *link = senderLink();
     if (!link)
         return;
-    logMessage(tr("Connnection Out Error: %1 %2\n").arg(nameText(link), link->errorString()));
+    logMessage(tr("Connnection Out Error: %1 %2\n").arg(printableName(link->peerName), link->errorString()));
     link->abort();
 }
 
@@ -251,7 +292,7 @@ void TConnector::DisconnectOutConnection()
     TMyLocalSocket *link = senderLink();
     if (!link)
         return;
-    logMessage(tr("Connnection Disconnect: %0\n").arg(nameText(link)));
+    logMessage(tr("Connnection Disconnect: %0\n").arg(printableName(link->peerName)));
     link->abort();
     m_outgoing.removeOne(link);
     // A peer's greeting may have put any bytes in the name; the name of a server ends at the first zero byte.
@@ -268,7 +309,7 @@ void TConnector::connectionInError(QLocalSocket::LocalSocketError)
     link->abort();
     link->setParent(nullptr);
     link->deleteLater();
-    logMessage(tr("Connection In Error: %0\n").arg(nameText(link)));
+    logMessage(tr("Connection In Error: %0\n").arg(printableName(link->peerName)));
 }
 
 void TConnector::DisconnectInConnection()
@@ -279,7 +320,7 @@ void TConnector::DisconnectInConnection()
     m_incoming.removeOne(link);
     link->setParent(nullptr);
     link->deleteLater();
-    logMessage(tr("Connection in disconnection: %0\n").arg(nameText(link)));
+    logMessage(tr("Connection in disconnection: %0\n").arg(printableName(link->peerName)));
 }
 
 void TConnector::connectionAdminError(QLocalSocket::LocalSocketError)
@@ -302,6 +343,8 @@ void TConnector::SlotNewData(TMyLocalSocket *socket)
         const auto result = socket->cutter.next(body);
         if (result == bus::FrameCutter::Result::TooLong)
             socket->abort();
+        if (result == bus::FrameCutter::Result::NeedMore && socket->cutter.keptBytes() > 0)
+            boundUnfinished();
         if (result != bus::FrameCutter::Result::FrameReady)
             return;
         deliver(bus::decode(body), socket);
@@ -317,7 +360,7 @@ void TConnector::deliver(bus::Frame frame, TMyLocalSocket *socket)
         [&](auto &fields) {
             using Fields = std::decay_t<decltype(fields)>;
             if constexpr (std::is_same_v<Fields, bus::Greeting>) {
-                socket->peerName = fields.name;
+                socket->peerName = fields.name.left(kNameLimit);
             } else if constexpr (std::is_same_v<Fields, bus::Action>) {
                 emit NewAction(fields.action, fields.message, fields.data, fields.colour, fields.idConnection, socket);
             } else if constexpr (std::is_same_v<Fields, bus::Command>) {

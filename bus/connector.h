@@ -33,6 +33,13 @@ public:
 
     static constexpr qint64 kAdminWaitingLimit = 512LL * 1024 * 1024;
 
+    /// What all incoming links together may leave unread; then the one with the most is cut off.
+    static constexpr qint64 kAllWaitingLimit = 1024LL * 1024 * 1024;
+
+    /// What all incoming links together may have sent of frames that are not whole yet; then the one with the most is
+    /// cut off.
+    static constexpr qint64 kAllUnfinishedLimit = 512LL * 1024 * 1024;
+
     explicit TConnector(QObject *parent);
 
     /// The server behind the administration link (UTF-8). While it is empty the link is not made.
@@ -91,6 +98,9 @@ private:
     [[nodiscard]] bool connectSiblings(const QByteArray &greeting);
     void openServer();
     [[nodiscard]] bool mayStay(const TMyLocalSocket *link);
+    void cutOffReader(TMyLocalSocket *link);
+    void boundWaiting();
+    void boundUnfinished();
     void writeTo(TMyLocalSocket *link, const QByteArray &frame, qint64 waitingLimit = kWaitingLimit);
     void deliver(bus::Frame frame, TMyLocalSocket *socket);
     void deliverData(bus::Data &frame, TMyLocalSocket *socket);

@@ -27,17 +27,16 @@ void FrameCutter::append(QByteArray bytes)
 FrameCutter::Result FrameCutter::next(QByteArray &body)
 {
     body.clear();
-    const auto available = [this] { return m_bytes.size() - m_taken; };
     if (m_pendingLength == 0) {
-        if (available() == 0)
+        if (keptBytes() == 0)
             clear(); // gives the memory of what has been cut back
-        if (available() < kLengthBytes)
+        if (keptBytes() < kLengthBytes)
             return Result::NeedMore;
         m_pendingLength = qFromBigEndian<qint32>(m_bytes.constData() + m_taken);
         m_taken += kLengthBytes;
     }
     // Only a frame that is still incomplete is held against the limit: one that has arrived whole costs nothing more.
-    if (m_pendingLength > available())
+    if (m_pendingLength > keptBytes())
         return m_pendingLength > kFrameLimit ? Result::TooLong : Result::NeedMore;
     if (m_pendingLength > 0) {
         body = m_bytes.mid(m_taken, m_pendingLength);

@@ -20,6 +20,9 @@ public:
     /// Takes the next whole frame's type byte and body into `body` (empty for a declared length of 0 or below).
     [[nodiscard]] Result next(QByteArray &body);
 
+    /// Bytes kept of frames that have not been taken.
+    [[nodiscard]] qsizetype keptBytes() const { return m_bytes.size() - m_taken; }
+
 private:
     void clear();
 

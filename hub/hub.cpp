@@ -2,6 +2,7 @@
 
 #include "hub/hub_protocol.h"
 #include "hub/log_line.h"
+#include "keystone/printable_name.h"
 
 #include <QtEndian>
 

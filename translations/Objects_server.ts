@@ -4,6 +4,12 @@
 <context>
     <name>TConnector</name>
     <message>
+        <source>Connection cut off: %0 has %1 bytes of a frame unfinished
+</source>
+        <translation>Соединение разорвано: %0 не закончил кадр, принято %1 байт
+</translation>
+    </message>
+    <message>
         <source>Connections refused: %0 are open
 </source>
         <translation>Соединения отклоняются: открыто %0

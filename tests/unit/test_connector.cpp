@@ -360,6 +360,57 @@ private slots:
         QCOMPARE(readFrom(keen, 1), data(1, "more"));
     }
 
+    void boundsWhatAllReadersTogetherLeaveUnread()
+    {
+        const QString own = newPath();
+        TConnector connector(nullptr);
+        connector.SetServerName(own);
+        tick(connector);
+        constexpr int readers = 18;
+        std::vector<QLocalSocket> lazy(readers);
+        for (QLocalSocket &reader : lazy) {
+            reader.setReadBufferSize(1);
+            reader.connectToServer(own);
+        }
+        QTRY_COMPARE(logLines().count("New In Connection "), readers);
+        // 60 MiB for each, below the limit of one; 1080 MiB for all, above that of all.
+        const QByteArray block(15 * 1024 * 1024, 'x');
+        for (int i = 0; i < 4; ++i) {
+            QCOMPARE(logLines().filter("Connection cut off: ").size(), 0);
+            connector.SetDataAll(1, block);
+        }
+        QCOMPARE(logLines().filter("Connection cut off: ").size(), 1);
+        QCOMPARE(connector.findChild<TMyLocalServer *>()->findChildren<TMyLocalSocket *>().size(), readers - 1);
+    }
+
+    void boundsWhatAllSendersTogetherLeaveUnfinished()
+    {
+        const QString own = newPath();
+        TConnector connector(nullptr);
+        connector.SetServerName(own);
+        tick(connector);
+        int arrived = 0;
+        connect(&connector, &TConnector::NewData, this, [&] { ++arrived; });
+        const QByteArray whole = data(7, QByteArray(49'999'995, 'x'));
+        const QByteArray part = whole.left(49'000'000);
+        std::vector<QLocalSocket> senders(11);
+        const auto links = [&] {
+            return connector.findChild<TMyLocalServer *>()->findChildren<TMyLocalSocket *>().size();
+        };
+        for (QLocalSocket &sender : senders) {
+            QCOMPARE(logLines().filter("Connection cut off: ").size(), 0);
+            sender.connectToServer(own);
+            sender.write(part);
+            QTRY_VERIFY(sender.bytesToWrite() == 0 || sender.state() == QLocalSocket::UnconnectedState);
+        }
+        QTRY_COMPARE(logLines().filter("bytes of a frame unfinished").size(), 1);
+        QCOMPARE(links(), qsizetype(senders.size()) - 1);
+        // Who is still there may finish.
+        for (QLocalSocket &sender : senders)
+            sender.write(whole.mid(part.size()));
+        QTRY_COMPARE(arrived, int(senders.size()) - 1);
+    }
+
     void doesNotSendWhatPeersWouldNotTake()
     {
         const QString own = newPath();

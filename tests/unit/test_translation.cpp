@@ -39,6 +39,7 @@ private slots:
         row("TConnector", "Connection in disconnection: %0\n");
         row("TConnector", "Connection cut off: %0 leaves %1 bytes unread\n");
         row("TConnector", "Connections refused: %0 are open\n");
+        row("TConnector", "Connection cut off: %0 has %1 bytes of a frame unfinished\n");
         row("TConnector", "Frame not sent: %0 bytes are too many\n");
         row("TConnector", "Admin connection is closed. Stopping application.");
     }

@@ -15,12 +15,12 @@ constexpr std::chrono::milliseconds kPatience{1000}; ///< until a service is ask
 
 Failure unanswered(const QByteArray &command)
 {
-    return {QStringLiteral(
-                "the service leaves %1 without an answer: it has refused the request, or the answer is more than "
-                "the %2 bytes that a frame may hold; its log says which")
-                .arg(printable(QString::fromUtf8(command)))
-                .arg(bus::kFrameLimit),
-            false, true};
+    return {
+        QStringLiteral("the service leaves %1 without an answer: the answer is more than the %2 bytes that a frame may "
+                       "hold, or the database failed; its log says which")
+            .arg(printable(QString::fromUtf8(command)))
+            .arg(bus::kFrameLimit),
+        false, true};
 }
 
 } // namespace

@@ -14,8 +14,9 @@ namespace {
 constexpr const char *kSelectAccounts = R"(SELECT * FROM "Connections" ORDER BY "Login")";
 constexpr const char *kSelectNames =
     R"( SELECT obj_prop."Id_objects", obj_prop."Name",  obj_prop."Value",  obj_prop."Type"   FROM "Objects_property" obj_prop  where obj_prop."Name" = 'name'   order by "Id_objects" desc)";
+// Counts the parameters of these commands only; a command without any counts NULL.
 constexpr const char *kSelectAllowed =
-    R"(SELECT cmd."Name", cmd."Operation", cmd."Description", cmd."ExecBy", cmd."Id", p."NumParams" FROM "Person_Setup" perm , "Commands" cmd LEFT JOIN (select "Id_command", count(*) AS "NumParams" from "Params" group by "Id_command") p ON p."Id_command" = cmd."Id" where cmd."Id_object" = %0 and perm."Id_object" = cmd."Id_object" and perm."Id_connect" = %1 and perm."Id_PersProp" = %2 and cmd."Operation" = %3 ORDER BY cmd."Operation" )";
+    R"(SELECT cmd."Name", cmd."Operation", cmd."Description", cmd."ExecBy", cmd."Id", p."NumParams" FROM "Person_Setup" perm , "Commands" cmd LEFT JOIN LATERAL (select count(*) AS "NumParams" from "Params" where "Id_command" = cmd."Id" having count(*) > 0) p ON true where cmd."Id_object" = %0 and perm."Id_object" = cmd."Id_object" and perm."Id_connect" = %1 and perm."Id_PersProp" = %2 and cmd."Operation" = %3 ORDER BY cmd."Operation" )";
 constexpr const char *kSelectParams =
     R"(SELECT "Name", "Description", "Value", "Type" FROM "Params" WHERE "Id_command" = %0  ORDER BY "Id")";
 constexpr const char *kUpdateParam = R"(UPDATE "Params" SET "Value" = ? WHERE "Id_command" = ? AND "Name" = ? )";

@@ -10,10 +10,10 @@ using registry::RequestReader;
 
 namespace {
 
-constexpr const char *kSelectObjectSetup =
-    R"(SELECT a."Id", ARRAY(SELECT "Id_PersProp" FROM "Person_Setup" WHERE "Type" = %0 AND "Id_connect" = %1 AND "Id_object" = a."Id" ORDER BY "Id_PersProp") FROM (select 0 as "Id" union select "Id" from "Objects" order by "Id") a )";
-constexpr const char *kSelectLayerSetup =
-    R"(SELECT a."Id", ARRAY(SELECT "Id_PersProp" FROM "Person_Setup" WHERE "Type" = %0 AND "Id_connect" = %1 AND "Id_object" = a."Id" ORDER BY "Id_PersProp") FROM (select 0 as "Id" union select "Id" from "OpChk_Layers" order by "Id") a )";
+// Reads the operator's rows once and not once for each object.
+constexpr const char *kSelectSetup =
+    R"(SELECT a."Id", s.properties FROM (select 0 as "Id" union select "Id" from "%2") a LEFT JOIN (SELECT "Id_object", array_agg("Id_PersProp" ORDER BY "Id_PersProp") AS properties FROM "Person_Setup" WHERE "Type" = %0 AND "Id_connect" = %1 GROUP BY "Id_object") s ON s."Id_object" = a."Id" ORDER BY a."Id")";
+
 // The lists of a change may be as long as a frame, so they go to the server as arrays: as words of a statement each
 // number would take it some hundred bytes to read.
 constexpr const char *kDeleteProperties =
@@ -26,10 +26,11 @@ constexpr const char *kInsertCopies =
 
 enum Section { ObjectSection = 1, LayerSection = 2, SecondObjectSection = 3, ThirdObjectSection = 4 };
 
-void writeSection(const char *select, int section, int idConnect, database::Connection &db, QDataStream &out)
+void writeSection(int section, const char *subjects, int idConnect, database::Connection &db, QDataStream &out)
 {
-    operators::writeRowList(out, db, QString::fromLatin1(select).arg(section).arg(idConnect),
-                            operators::FailedCount::MinusOne,
+    const QString select = QString::fromLatin1(kSelectSetup)
+                               .arg(QString::number(section), QString::number(idConnect), QLatin1String(subjects));
+    operators::writeRowList(out, db, select, operators::FailedCount::MinusOne,
                             [&](const database::Result &row) { out << row.integer(0, 0) << row.integers(0, 1); });
 }
 
@@ -86,11 +87,11 @@ void logAndAnnounce(CommandCall &call)
 void WorkingAdmCommands::GetPersonalSetup(int type, int idConnect, database::Connection &db, QDataStream &out)
 {
     if (type == LayerSection)
-        writeSection(kSelectLayerSetup, LayerSection, idConnect, db, out);
+        writeSection(LayerSection, "OpChk_Layers", idConnect, db, out);
     if (type != ObjectSection)
         return;
     for (const Section section : {ObjectSection, SecondObjectSection, ThirdObjectSection})
-        writeSection(kSelectObjectSetup, section, idConnect, db, out);
+        writeSection(section, "Objects", idConnect, db, out);
 }
 
 void WorkingAdmCommands::FixPersonalSetup(RequestReader &in, database::Connection &db)

@@ -307,12 +307,4 @@ Result Connection::fail(const QSqlError &error)
     return {};
 }
 
-void Connection::noteOutcome(const QSqlError &error)
-{
-    if (error.isValid())
-        fail(error);
-    else
-        m_error = error;
-}
-
 } // namespace database

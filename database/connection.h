@@ -87,12 +87,6 @@ public:
     /// The last statement's error; invalid when it succeeded.
     [[nodiscard]] const QSqlError &lastError() const { return m_error; }
 
-    /// What statements fail with while the connection is not open: the reason why it could not be opened last.
-    [[nodiscard]] QSqlError notOpenError() const;
-
-    /// Tells of a statement that ran past this class on the same connection.
-    void noteOutcome(const QSqlError &error);
-
 private:
     [[nodiscard]] PGconn *native() const;
     [[nodiscard]] bool isAlive() const;
@@ -105,6 +99,7 @@ private:
     PGresult *leavePipeline(PGresult *outcome);
     PGresult *run(const QByteArray &text);
     void noteAbandoned();
+    [[nodiscard]] QSqlError notOpenError() const;
     Result take(PGresult *result);
     Result fail(const QSqlError &error);
 

@@ -1,6 +1,6 @@
 #include "registry/command_call.h"
 
-#include "keystone/user_names.h"
+#include "database/user_names.h"
 
 namespace registry {
 
@@ -29,16 +29,7 @@ QString CommandCall::callerName()
 
 QString CommandCall::operatorName(unsigned int id)
 {
-    // The lookup runs past the connection's own queue.
-    db.settle();
-    if (!db.ready()) {
-        db.noteOutcome(db.notOpenError());
-        return {};
-    }
-    QSqlError error;
-    QString name = userNameByID(id, db.qtDatabase(), &error);
-    db.noteOutcome(error);
-    return name;
+    return userNameByID(id, db);
 }
 
 void CommandCall::announce(const QByteArray &message, const QByteArray &data)

@@ -13,8 +13,9 @@ using database::Value;
 namespace {
 
 constexpr const char *kCountCommands = R"(SELECT Count(*) as cnt FROM "Commands" WHERE "Id_object" = %0)";
+// Counts the parameters of this object's commands only; a command without any counts NULL.
 constexpr const char *kSelectCommands =
-    R"(SELECT cmd."Id" AS CmdId, cmd."Name" AS CmdName, cmd."Operation", cmd."Description" AS CmdDesc, cmd."ExecBy", cnt."NumParams", p."Name" as "ParamName", p."Description" as ParamDesc, p."Value", p."Id" AS ParamId, p."Type" FROM "Commands" cmd LEFT JOIN (SELECT "Id_command", count(*) AS "NumParams" FROM "Params" group by "Id_command") cnt ON cnt."Id_command" = cmd."Id" LEFT JOIN (SELECT * FROM "Params") p ON p."Id_command" = cmd."Id" WHERE cmd."Id_object" = %0 ORDER BY cmd."Operation", CmdId, ParamId)";
+    R"(SELECT cmd."Id" AS CmdId, cmd."Name" AS CmdName, cmd."Operation", cmd."Description" AS CmdDesc, cmd."ExecBy", cnt."NumParams", p."Name" as "ParamName", p."Description" as ParamDesc, p."Value", p."Id" AS ParamId, p."Type" FROM "Commands" cmd LEFT JOIN LATERAL (SELECT count(*) AS "NumParams" FROM "Params" WHERE "Id_command" = cmd."Id" HAVING count(*) > 0) cnt ON true LEFT JOIN (SELECT * FROM "Params") p ON p."Id_command" = cmd."Id" WHERE cmd."Id_object" = %0 ORDER BY cmd."Operation", CmdId, ParamId)";
 constexpr const char *kDeleteCommands =
     R"(DELETE FROM "Params" WHERE "Id_command" IN (SELECT "Id" FROM "Commands" WHERE "Id_object" = %1); DELETE FROM "Commands" WHERE "Id_object" = %1;)";
 constexpr const char *kDeleteCommandByName =

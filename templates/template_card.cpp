@@ -1,8 +1,7 @@
 #include "templates/template_card.h"
 
 #include "records/record_rows.h"
-#include "registry/command_call.h"
-#include "templates/template_table.h"
+#include "templates/template_records.h"
 
 namespace templates {
 
@@ -17,25 +16,22 @@ constexpr const char *kDeleteCard = R"(DELETE FROM "%0" WHERE "Owner" = %1 AND "
 constexpr const char *kInsertProperty =
     R"(INSERT INTO "Templates" ("Owner","Class","Name","Description","SpecificData") VALUES (?,'p',?,?,?))";
 
+CardsProperty propertyFromRow(const database::Result &rows, int row)
+{
+    CardsProperty property;
+    property.id = rows.integer(row, 3);
+    property.name = rows.text(row, 0);
+    property.description = rows.text(row, 1);
+    records::unpack(rows.bytes(row, 2), property);
+    return property;
+}
+
 } // namespace
 
 void readCard(database::Connection &db, qint32 number, const NumberSink &emitNumber,
               const std::function<void(const CardsProperty &)> &emitProperty)
 {
-    const auto place = TemplatePlace::of(number);
-    const auto rows = place.query(db, kSelectCard);
-    if (emitNumber) {
-        emitNumber(static_cast<qint32>(place.number));
-        emitNumber(rows.size());
-    }
-    for (int row = 0; row < rows.rowCount(); ++row) {
-        CardsProperty property;
-        property.id = rows.integer(row, 3);
-        property.name = rows.text(row, 0);
-        property.description = rows.text(row, 1);
-        records::unpack(rows.bytes(row, 2), property);
-        emitProperty(property);
-    }
+    readRecords<CardsProperty>(db, number, kSelectCard, emitNumber, propertyFromRow, emitProperty);
 }
 
 void postTemplateProperty(database::Connection &db, qint32 number, const CardsProperty &property)
@@ -46,22 +42,13 @@ void postTemplateProperty(database::Connection &db, qint32 number, const CardsPr
 
 void getTemplateCardV2(CommandCall &call)
 {
-    readCard(
-        call.db, call.in.read<qint32>(), [&](qint32 value) { call.out << value; },
-        [&](const CardsProperty &property) { call.out << property; });
+    const auto write = [&call](const auto &value) { call.out << value; };
+    readCard(call.db, call.in.read<qint32>(), write, write);
 }
 
 void saveTemplateCardV2(CommandCall &call)
 {
-    const auto number = call.in.read<qint32>();
-    if (number < 0)
-        return;
-    const auto count = call.in.recordCount();
-    if (!count)
-        return;
-    TemplatePlace::of(number).post(call.db, kDeleteCard);
-    for (qint32 i = 0; i < *count; ++i)
-        postTemplateProperty(call.db, number, call.in.read<CardsProperty>());
+    saveRecords<CardsProperty>(call, kDeleteCard, postTemplateProperty);
 }
 
 } // namespace templates

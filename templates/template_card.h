@@ -1,18 +1,11 @@
 #pragma once
 
-#include "database/connection.h"
 #include "keystone/records.h"
+#include "templates/template_records.h"
 
 #include <functional>
 
-namespace registry {
-class CommandCall;
-}
-
 namespace templates {
-
-/// Given the template's number without its sign, then the number of records (-1 when they could not be read).
-using NumberSink = std::function<void(qint32)>;
 
 void getTemplateCardV2(registry::CommandCall &call);
 void saveTemplateCardV2(registry::CommandCall &call);

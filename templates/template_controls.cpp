@@ -115,10 +115,8 @@ void postTemplateParameter(database::Connection &db, qint32 command, const Param
 
 void getTemplateControlsV2(CommandCall &call)
 {
-    readControls(
-        call.db, call.in.read<qint32>(), [&](qint32 value) { call.out << value; },
-        [&](const CmdDesc &command) { call.out << command; },
-        [&](const ParamDesc &parameter) { call.out << parameter; });
+    const auto write = [&call](const auto &value) { call.out << value; };
+    readControls(call.db, call.in.read<qint32>(), write, write, write);
 }
 
 void saveTemplateControlsV2(CommandCall &call)

@@ -1,8 +1,7 @@
 #include "templates/template_sensors.h"
 
 #include "records/record_rows.h"
-#include "registry/command_call.h"
-#include "templates/template_table.h"
+#include "templates/template_records.h"
 
 namespace templates {
 
@@ -17,24 +16,21 @@ constexpr const char *kDeleteSensors = R"(DELETE FROM "%0" WHERE "Owner" = %1 AN
 constexpr const char *kInsertSensor =
     R"(INSERT INTO "Templates" ("Owner","Class","Name","Description","SpecificData") VALUES (?,'s',?,?,?))";
 
+SensorInfoX sensorFromRow(const database::Result &rows, int row)
+{
+    SensorInfoX sensor;
+    // "Name" is empty: a sensor's name stands where the others have their caption.
+    sensor.name = rows.text(row, 1);
+    records::unpack(rows.bytes(row, 2), sensor);
+    return sensor;
+}
+
 } // namespace
 
 void readSensors(database::Connection &db, qint32 number, const NumberSink &emitNumber,
                  const std::function<void(const SensorInfoX &)> &emitSensor)
 {
-    const auto place = TemplatePlace::of(number);
-    const auto rows = place.query(db, kSelectSensors);
-    if (emitNumber) {
-        emitNumber(static_cast<qint32>(place.number));
-        emitNumber(rows.size());
-    }
-    for (int row = 0; row < rows.rowCount(); ++row) {
-        SensorInfoX sensor;
-        // A template's sensor has its name in the caption's column, and nothing in the name's.
-        sensor.name = rows.text(row, 1);
-        records::unpack(rows.bytes(row, 2), sensor);
-        emitSensor(sensor);
-    }
+    readRecords<SensorInfoX>(db, number, kSelectSensors, emitNumber, sensorFromRow, emitSensor);
 }
 
 void postTemplateSensor(database::Connection &db, qint32 number, const SensorInfoX &sensor)
@@ -45,22 +41,13 @@ void postTemplateSensor(database::Connection &db, qint32 number, const SensorInf
 
 void getTemplateSensorsV2(CommandCall &call)
 {
-    readSensors(
-        call.db, call.in.read<qint32>(), [&](qint32 value) { call.out << value; },
-        [&](const SensorInfoX &sensor) { call.out << sensor; });
+    const auto write = [&call](const auto &value) { call.out << value; };
+    readSensors(call.db, call.in.read<qint32>(), write, write);
 }
 
 void saveTemplateSensorsV2(CommandCall &call)
 {
-    const auto number = call.in.read<qint32>();
-    if (number < 0)
-        return;
-    const auto count = call.in.recordCount();
-    if (!count)
-        return;
-    TemplatePlace::of(number).post(call.db, kDeleteSensors);
-    for (qint32 i = 0; i < *count; ++i)
-        postTemplateSensor(call.db, number, call.in.read<SensorInfoX>());
+    saveRecords<SensorInfoX>(call, kDeleteSensors, postTemplateSensor);
 }
 
 } // namespace templates

@@ -1,5 +1,5 @@
+#include "database/user_names.h"
 #include "keystone/database.h"
-#include "keystone/user_names.h"
 #include "pg_server.h"
 
 #include <QFile>
@@ -28,19 +28,18 @@ private slots:
         QString name = "names";
         QVERIFY(!openDataBaseBySettings(name, settings, "Base", "").isValid());
 
-        QSqlError error;
-        QSqlDatabase db = QSqlDatabase::database(name);
-        QCOMPARE(userNameByID(4, db, &error), QString("ivanov"));
-        QVERIFY(!error.isValid());
-        QCOMPARE(userNameByID(5, db, &error), QString());
-        QCOMPARE(userNameByID(6, db, &error), QString());
-        QCOMPARE(userNameByID(static_cast<unsigned int>(-1), db, nullptr), QString());
-        QVERIFY(!error.isValid());
+        database::Connection db;
+        db.setName(name);
+        db.beginCommand();
+        QCOMPARE(userNameByID(4, db), QString("ivanov"));
+        QCOMPARE(userNameByID(5, db), QString());
+        QCOMPARE(userNameByID(6, db), QString());
+        QCOMPARE(userNameByID(static_cast<unsigned int>(-1), db), QString());
+        QVERIFY(!db.lastError().isValid());
 
-        db.close();
-        QCOMPARE(userNameByID(4, db, &error), QString());
-        QVERIFY(error.isValid());
-        db = QSqlDatabase();
+        database->run(R"(drop table "Connections")");
+        QCOMPARE(userNameByID(4, db), QString());
+        QVERIFY(db.lastError().isValid());
         QSqlDatabase::removeDatabase(name);
     }
 };

@@ -43,7 +43,7 @@ QList<qint32> readNumbers(RequestReader &in)
 constexpr qsizetype kMostNewRows = 20'000'000;
 
 /// Operators that one copy may go to.
-constexpr qsizetype kMostTargets = 100'000;
+constexpr qsizetype kMostTargets = 10'000;
 
 /// A short request can ask for rows beyond number, as objects times properties. Leaves reading where it was.
 bool changeMayBeMade(RequestReader &in)

@@ -5,6 +5,8 @@
 
 #include <QtEndian>
 
+#include <utility>
+
 namespace bus {
 
 namespace {

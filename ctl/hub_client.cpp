@@ -69,7 +69,7 @@ Result<bus::Action> HubClient::answer(const QByteArray &action, QDeadlineTimer p
     for (;;) {
         const auto body = m_link.next(probe > 0 ? limit : std::min(patience, limit));
         if (!body && (probe > 0 || m_link.hasEnded() || limit.hasExpired()))
-            return missing();
+            return probe > 0 && m_probesAnswered >= probe && !m_link.hasEnded() ? unanswered(action) : missing();
         if (!body) {
             if (Outcome failure = send(kProbe, {}))
                 return *failure;
@@ -84,12 +84,13 @@ Result<bus::Action> HubClient::answer(const QByteArray &action, QDeadlineTimer p
             keepNotice(std::move(*arrived));
         else if (arrived->idConnection != m_operatorNumber)
             continue;
+        else if (probe > 0 && arrived->action == hub::kHubMessage && arrived->message == hub::kServiceBusy)
+            continue; // the probe was one too many
         else if (arrived->action == hub::kHubMessage && action != hub::kHubMessage)
             return hubFailure(arrived->message);
-        else if (arrived->action == kProbe && m_probesAnswered < m_probesSent) {
-            if (++m_probesAnswered == probe)
-                return unanswered(action);
-        } else if (action.isEmpty() || arrived->action == action)
+        else if (arrived->action == kProbe && m_probesAnswered < m_probesSent)
+            ++m_probesAnswered;
+        else if (action.isEmpty() || arrived->action == action)
             return std::move(*arrived);
     }
 }

@@ -30,7 +30,7 @@ public:
     /// Sends the command and waits for the answer under its name.
     ///
     /// A service that cannot answer says nothing. So one that keeps us waiting is asked "About" as well: commands are
-    /// taken in order, and when that is answered first, the other answer will never come.
+    /// taken in order, and where that is answered and the other is not when the time is up, the failure says so.
     [[nodiscard]] Result<bus::Action> ask(const QByteArray &command, const QByteArray &data);
 
     /// The next notice, those kept first.

@@ -198,8 +198,9 @@ bool Connection::send(Add add, const QByteArray &text, const QList<Value> &value
         return true;
     const QString reason = QString::fromUtf8(PQerrorMessage(native()));
     settle();
-    // A session that took a statement by half can take no other.
-    openAnew();
+    // A session that took a statement by half can take no other. One that is lost stays so until the next command.
+    if (PQstatus(native()) == CONNECTION_OK)
+        openAnew();
     fail(statementError(reason));
     return false;
 }

@@ -46,6 +46,12 @@ bool isError(const PGresult *result)
     return status == PGRES_FATAL_ERROR || status == PGRES_PIPELINE_ABORTED;
 }
 
+bool hasCode(const PGresult *result, const char *code)
+{
+    const char *field = result ? PQresultErrorField(result, PG_DIAG_SQLSTATE) : nullptr;
+    return field && qstrcmp(field, code) == 0;
+}
+
 } // namespace
 
 void StatementQueue::forgetAll()
@@ -135,7 +141,7 @@ PGresult *StatementQueue::takeOldestByRows(PGconn *connection, std::chrono::mill
         outcome = result;
         isPrepared = isPrepared || !isError(result);
     }
-    if (!isPrepared)
+    if (!isPrepared || hasCode(outcome, "26000"))
         forget(oldest.text);
     return outcome;
 }

@@ -20,8 +20,8 @@ namespace database {
 class StatementQueue
 {
 public:
-    /// Statements that may wait for their outcome at a time. The server answers while we send; this many answers fit
-    /// into any socket.
+    /// Statements that may wait for their outcome at a time: enough that the server never waits for us, and few enough
+    /// that a command which is being told of failures has not run far ahead.
     static constexpr qsizetype kMost = 64;
 
     /// The session is a new one, or was cleaned: nothing is prepared in it, and nothing is on its way.

@@ -83,7 +83,7 @@ void readControls(database::Connection &db, qint32 number, const NumberSink &emi
     const auto rows = place.query(db, kSelectControls);
     CmdDesc command;
     for (int row = 0; row < rows.rowCount(); ++row) {
-        // The keys begin at 0: a first command of that key is counted but not given.
+        // A first command with the key 0 does not differ from none: it is counted but not given.
         if (rows.integer(row, CmdId) != command.id) {
             command = commandFromRow(rows, row);
             emitCommand(command);

@@ -92,8 +92,9 @@ private slots:
     void whatRunsNextFindsPostedStatementsDone_data()
     {
         QTest::addColumn<int>("way");
-        for (int way = 0; way < 5; ++way)
-            QTest::newRow(qPrintable(QString::number(way))) << way;
+        int way = 0;
+        for (const char *name : {"query", "queryOnce", "script", "foreignScript", "forEachRow"})
+            QTest::newRow(name) << way++;
     }
 
     void whatRunsNextFindsPostedStatementsDone()
@@ -201,32 +202,58 @@ private slots:
 
     void aSessionLostOnTheWayFailsWhatIsLeft()
     {
+        const QByteArray end = "select pg_terminate_backend(?)";
         const int lost = backend();
+        m_connection.post(end, {Value::integer(0)}); // a text's first use is waited for
         post(1);
         m_connection.settle();
+        m_failures.clear();
         post(2);
-        m_connection.post("select pg_terminate_backend(pg_backend_pid())", {});
+        m_connection.post(end, {Value::integer(lost)});
+        // Once the session has ended: what follows is refused by the socket, not by the server.
+        QTRY_COMPARE(m_database->rows(QStringLiteral("select pid from pg_stat_activity where pid = %1").arg(lost)),
+                     QStringList());
+        int opened = 0;
+        m_connection.onOpened([&] { ++opened; });
         for (int id = 3; id < kMany; ++id)
             post(id);
         m_connection.settle();
         QCOMPARE(m_database->rows(kGroups), QStringList({"1", "2"}));
         QCOMPARE(m_failures.size(), 1 + kMany - 3);
+        QCOMPARE(opened, 0);
         m_connection.beginCommand();
         post(3);
         QVERIFY(backend() != lost);
+        QCOMPARE(opened, 1);
         QCOMPARE(m_database->rows(kGroups), QStringList({"1", "2", "3"}));
+        m_connection.onOpened({});
     }
 
     void aStatementThatTakesTooLongFailsAlone()
     {
+        const QByteArray sleep = "select pg_sleep(?)";
         m_connection.setStatementTimeout(std::chrono::milliseconds(300));
         m_connection.beginCommand();
+        m_connection.post(sleep, {Value::integer(0)});
         post(1);
-        m_connection.post("select pg_sleep(?)", {Value::integer(600)});
+        m_connection.post(sleep, {Value::integer(600)});
         post(2);
+        post(3);
         m_connection.settle();
-        QCOMPARE(m_database->rows(kGroups), QStringList({"1", "2"}));
+        QCOMPARE(m_database->rows(kGroups), QStringList({"1", "2", "3"}));
         QCOMPARE(m_failures.size(), 1);
+    }
+
+    void aPostedTextThatTheSessionHasLostIsPreparedAgain()
+    {
+        post(1);
+        QVERIFY(m_connection.queryOnce("deallocate all").ok());
+        post(2); // nobody waits for it, so it is not repeated
+        m_connection.settle();
+        QCOMPARE(m_failures.size(), 1);
+        post(3);
+        m_connection.settle();
+        QCOMPARE(m_database->rows(kGroups), QStringList({"1", "3"}));
     }
 
     void takesALargeResultRowByRow()

@@ -20,6 +20,11 @@ target_compile_definitions(
 
 option(BUILD_BENCHMARKS "Build the programs of bench/" OFF)
 option(SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
+option(FUZZ "Build the programs of tests/fuzz; with clang only" OFF)
+if(FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()
 if(SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)

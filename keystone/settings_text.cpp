@@ -1,5 +1,7 @@
 #include "keystone/settings_text.h"
 
+#include "keystone/ini_lines.h"
+
 #include <QFile>
 #include <QSettings>
 #include <QStringList>
@@ -63,13 +65,6 @@ QString unescaped(const QString &text)
     return result;
 }
 
-QString fullKey(const QString &group, const QString &name)
-{
-    if (group.isEmpty() || group == QLatin1String("General"))
-        return name;
-    return group + QLatin1Char('/') + name;
-}
-
 } // namespace
 
 QString settingText(const QSettings &settings, const QString &key, const QString &fallback)
@@ -86,25 +81,15 @@ QHash<QString, QString> unquotedValues(const QSettings &settings)
     QFile file(settings.fileName());
     if (!file.open(QIODevice::ReadOnly))
         return result;
-    QString group;
-    while (!file.atEnd()) {
-        const QString line = QString::fromUtf8(file.readLine()).trimmed();
-        if (line.startsWith(QLatin1Char(';')))
-            continue;
-        if (line.startsWith(QLatin1Char('[')) && line.endsWith(QLatin1Char(']'))) {
-            group = line.mid(1, line.size() - 2).trimmed();
-            continue;
-        }
-        const qsizetype equals = line.indexOf(QLatin1Char('='));
-        if (equals < 1)
-            continue;
-        const QString key = fullKey(group, line.left(equals).trimmed());
-        const QString value = line.mid(equals + 1).trimmed();
+    const QByteArray content = file.readAll();
+    IniLines lines(content);
+    while (const auto line = lines.next()) {
+        const QString value = QString::fromUtf8(line->value);
         // Of a key that stands twice the last value counts.
         if (hasBareSeparator(value))
-            result.insert(key, unescaped(value));
+            result.insert(line->key, unescaped(value));
         else
-            result.remove(key);
+            result.remove(line->key);
     }
     return result;
 }

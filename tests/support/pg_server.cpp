@@ -117,7 +117,8 @@ PgServer::~PgServer()
 PgServer &PgServer::shared()
 {
     static const std::unique_ptr<PgServer> server = [] {
-        const QString place = placeIn(QStringLiteral(CLUSTER_PLACE_FILE));
+        const QString place =
+            placeIn(qEnvironmentVariable("REGISTRY_CLUSTER_PLACE", QStringLiteral(CLUSTER_PLACE_FILE)));
         if (!place.isEmpty() && QProcess::execute(QStringLiteral(PRIVATE_CLUSTER_PATH), {"status", place}) == 0)
             return std::unique_ptr<PgServer>(new PgServer(place, false));
         return own();

@@ -17,7 +17,8 @@ class TestDatabase;
 class PgServer
 {
 public:
-    /// The cluster of this test run; a test run by hand, outside of ctest, gets one that ends with the process.
+    /// The cluster of this test run (noted in ctest's place or in the file that REGISTRY_CLUSTER_PLACE names); a test
+    /// run by hand, outside of ctest, gets one that ends with the process.
     [[nodiscard]] static PgServer &shared();
     /// A cluster of the caller's own, running, for tests that stop and kill it.
     [[nodiscard]] static std::unique_ptr<PgServer> own();

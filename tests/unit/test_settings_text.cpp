@@ -65,6 +65,32 @@ private slots:
         QCOMPARE(read(""), QString("absent"));
     }
 
+    void findsTheKeyWhereQSettingsDoes_data()
+    {
+        QTest::addColumn<QByteArray>("ini");
+        QTest::newRow("byte order mark") << QByteArray("\xEF\xBB\xBF[Base]\nKey=a;b\n");
+        QTest::newRow("more brackets") << QByteArray("[Base]]\nKey=a;b\n");
+        QTest::newRow("comment behind the section") << QByteArray("[Base] ; [Other]\nKey=a;b\n");
+        QTest::newRow("comment before a line") << QByteArray("[Base]\n; \"\n;Key=x;y\n Key=a;b\n");
+        QTest::newRow("blanks in the section") << QByteArray("[ Base ]\nKey=a;b\n");
+        QTest::newRow("section without an end") << QByteArray("[Base\nKey=a;b\n");
+        QTest::newRow("code in the section") << QByteArray("[%42as%U0065]\nKey=a;b\n");
+        QTest::newRow("code in the key") << QByteArray("[Base]\nK%65y=a;b\n");
+        QTest::newRow("quoted line feed before it") << QByteArray("[Base]\nOther=\"\nKey=x\"\nKey=a;b\n");
+        QTest::newRow("escaped line feed before it") << QByteArray("[Base]\nOther=x\\\nKey=c\nKey=a;b\n");
+        QTest::newRow("another in a comment") << QByteArray("[Base]\nKey=a;b\nOther;Key=c;d\n");
+        QTest::newRow("old Macintosh") << QByteArray("[Base]\rKey=a;b\rLast=1\r");
+    }
+
+    void findsTheKeyWhereQSettingsDoes()
+    {
+        QFETCH(QByteArray, ini);
+        QCOMPARE(read(ini), QString("a;b"));
+        // QSettings itself finds it there: a value without ";" is its own.
+        QByteArray simple = ini;
+        QCOMPARE(read(simple.replace("a;b", "plain")), QString("plain"));
+    }
+
     void takesTheLastOfTwoValues()
     {
         QCOMPARE(read("[Base]\nKey=a;b\nKey=c\n"), QString("c"));

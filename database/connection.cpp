@@ -17,6 +17,7 @@ namespace {
 
 constexpr qint64 kLongestPauseMs = 5000;
 constexpr qint64 kPausePerAttempt = 10; ///< a pause is this many times as long as the failed attempt took
+constexpr qint64 kAtOnceMs = 250;       ///< a server that starts takes some time to refuse, and will be there soon
 
 QSqlError statementError(const QString &text, const QString &code = {})
 {
@@ -142,7 +143,8 @@ bool Connection::open()
     QElapsedTimer taken;
     taken.start();
     if (!db.open()) {
-        m_nextAttempt.setRemainingTime(std::min(kLongestPauseMs, taken.elapsed() * kPausePerAttempt));
+        if (taken.elapsed() > kAtOnceMs)
+            m_nextAttempt.setRemainingTime(std::min(kLongestPauseMs, taken.elapsed() * kPausePerAttempt));
         m_openError = db.lastError();
         if (!m_outageTold && m_onUnavailable)
             m_onUnavailable(m_openError);

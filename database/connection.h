@@ -49,8 +49,8 @@ public:
 
     /// True when the connection is usable; opens it if this command has not tried yet.
     ///
-    /// While the server refuses at once every command tries again; one that keeps us waiting is left alone for up to 5
-    /// s.
+    /// While the server refuses at once (within 250 ms) every command tries again; one that keeps us waiting is left
+    /// alone for up to 5 s.
     bool ready();
 
     /// Runs one statement of the service's own, which the session keeps prepared: `text` must be one of a limited

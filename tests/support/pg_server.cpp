@@ -1,5 +1,7 @@
 #include "pg_server.h"
 
+#include "service_process.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -9,7 +11,11 @@
 #include <QSqlQuery>
 #include <QTemporaryDir>
 
+#include <algorithm>
+#include <csignal>
 #include <utility>
+
+#include <unistd.h>
 
 namespace support {
 
@@ -84,6 +90,18 @@ QSqlDatabase openDatabase(const QString &connection, const QString &host, int po
     return database;
 }
 
+/// Process `number` is at work; one that was killed is not, even where nobody has waited for it yet.
+bool isAtWork(const QByteArray &number)
+{
+    return !QFile::symLinkTarget("/proc/" + QString::fromLatin1(number) + "/cwd").isEmpty();
+}
+
+QByteArray firstLine(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readLine().trimmed() : QByteArray();
+}
+
 QSqlQuery runOn(const QSqlDatabase &database, const QString &statement)
 {
     QSqlQuery query(database);
@@ -94,8 +112,9 @@ QSqlQuery runOn(const QSqlDatabase &database, const QString &statement)
 
 } // namespace
 
-PgServer::PgServer(const QString &folder, bool owned)
+PgServer::PgServer(const QString &folder, bool owned, const QStringList &settings)
     : m_folder(folder)
+    , m_settings(settings)
     , m_owned(owned)
 {
     if (owned) {
@@ -126,11 +145,25 @@ PgServer &PgServer::shared()
     return *server;
 }
 
-std::unique_ptr<PgServer> PgServer::own()
+std::unique_ptr<PgServer> PgServer::own(const QStringList &settings)
 {
-    std::unique_ptr<PgServer> server(new PgServer(newFolder(), true));
+    std::unique_ptr<PgServer> server(new PgServer(newFolder(), true, settings));
     server->prepareTemplate();
     return server;
+}
+
+std::unique_ptr<PgServer> PgServer::standbyOf(const PgServer &primary)
+{
+    const QString folder = newFolder();
+    const QString data = folder + "/data";
+    QFile mark(folder + "/.private_cluster"); // what makes a folder one of the script's
+    if (!mark.open(QIODevice::WriteOnly))
+        giveUp("cannot write " + mark.fileName());
+    runProgram("pg_basebackup", {"-h", primary.socketFolder(), "-p", QString::number(primary.port()), "-U", "postgres",
+                                 "-D", data, "-R", "-c", "fast"});
+    if (::geteuid() == 0)
+        runProgram("chown", {"-R", "--reference=" + primary.dataFolder(), folder});
+    return std::unique_ptr<PgServer>(new PgServer(folder, true, primary.m_settings));
 }
 
 void PgServer::beginRun(const QString &file)
@@ -154,12 +187,31 @@ void PgServer::endRun(const QString &file)
 
 void PgServer::start()
 {
-    cluster(QStringList{"start", m_folder, "--tcp"} + kLightSettings);
+    QStringList arguments = QStringList{"start", m_folder, "--tcp"} + kLightSettings;
+    for (const QString &setting : m_settings)
+        arguments += {"-c", setting};
+    cluster(arguments);
 }
 
 void PgServer::stop(const QString &mode)
 {
     cluster({"stop", m_folder, mode});
+}
+
+void PgServer::kill() const
+{
+    const QByteArray server = firstLine(dataFolder() + "/postmaster.pid");
+    const int number = server.toInt();
+    if (number <= 1 || ::kill(number, SIGSTOP) != 0) // so that it starts no further process
+        giveUp("there is no server to kill in " + m_folder);
+    const QByteArray children = firstLine(QString::fromLatin1("/proc/" + server + "/task/" + server + "/children"));
+    QByteArrayList processes = children.simplified().split(' ');
+    processes.prepend(server);
+    processes.removeAll(QByteArray());
+    for (const QByteArray &process : processes)
+        ::kill(process.toInt(), SIGKILL);
+    if (!ServiceProcess::waitUntil([&] { return std::none_of(processes.begin(), processes.end(), isAtWork); }))
+        giveUp("the killed server in " + m_folder + " does not end");
 }
 
 void PgServer::administer(const QString &statement)

@@ -20,8 +20,10 @@ public:
     /// The cluster of this test run (noted in ctest's place or in the file that REGISTRY_CLUSTER_PLACE names); a test
     /// run by hand, outside of ctest, gets one that ends with the process.
     [[nodiscard]] static PgServer &shared();
-    /// A cluster of the caller's own, running, for tests that stop and kill it.
-    [[nodiscard]] static std::unique_ptr<PgServer> own();
+    /// A cluster of the caller's own, running, for tests that stop and kill it; `settings` as "name=value".
+    [[nodiscard]] static std::unique_ptr<PgServer> own(const QStringList &settings = {});
+    /// A running copy of `primary` that follows it and takes no changes.
+    [[nodiscard]] static std::unique_ptr<PgServer> standbyOf(const PgServer &primary);
     /// Makes the cluster of a test run and notes its place in `file`; an older one noted there goes first.
     static void beginRun(const QString &file);
     static void endRun(const QString &file);
@@ -31,6 +33,7 @@ public:
 
     /// The value of DbHost for the Unix socket, where nobody is asked for a password.
     [[nodiscard]] QString socketFolder() const { return m_folder + "/socket"; }
+    [[nodiscard]] QString dataFolder() const { return m_folder + "/data"; }
     /// The port, both of the Unix socket and on 127.0.0.1, where passwords are asked for.
     [[nodiscard]] int port() const { return m_port; }
     [[nodiscard]] static QByteArray rolePassword() { return "p;w"; }
@@ -43,14 +46,17 @@ public:
     void start();
     /// `mode`: "fast" or "immediate" (which is a crash to the database's clients and files).
     void stop(const QString &mode = QStringLiteral("fast"));
+    /// Kills the server and every process of it at once; returns when they have gone. Any thread may call it.
+    void kill() const;
 
 private:
-    explicit PgServer(const QString &folder, bool owned);
+    explicit PgServer(const QString &folder, bool owned, const QStringList &settings = {});
     void prepareTemplate();
     /// Runs a file of SQL in the template database.
     void runScript(const QString &role, const QString &path);
 
     QString m_folder;
+    QStringList m_settings;
     int m_port = 0;
     bool m_owned = false;
 };

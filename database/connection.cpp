@@ -17,7 +17,7 @@ namespace {
 
 constexpr qint64 kLongestPauseMs = 5000;
 constexpr qint64 kPausePerAttempt = 10; ///< a pause is this many times as long as the failed attempt took
-constexpr qint64 kAtOnceMs = 250;       ///< a server that starts takes some time to refuse, and will be there soon
+constexpr qint64 kAtOnceMs = 1000;      ///< a server that starts takes some time to refuse, and will be there soon
 
 QSqlError statementError(const QString &text, const QString &code = {})
 {
@@ -84,8 +84,11 @@ bool Connection::ready()
 {
     if (!m_checked) {
         m_checked = true;
-        if (!isAlive())
+        if (!isAlive()) {
+            if (qtDatabase().isOpen() && m_onLost)
+                m_onLost();
             return open();
+        }
         if (!m_prepared)
             prepareSession();
     }

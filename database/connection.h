@@ -37,6 +37,9 @@ public:
     /// Called after the connection, having been lost or never open, has been opened.
     void onOpened(std::function<void()> observer) { m_onOpened = std::move(observer); }
 
+    /// Called once when a connection that was open is found to be gone.
+    void onLost(std::function<void()> observer) { m_onLost = std::move(observer); }
+
     /// Called once per outage, with the reason why opening failed.
     void onUnavailable(Observer observer) { m_onUnavailable = std::move(observer); }
 
@@ -49,7 +52,7 @@ public:
 
     /// True when the connection is usable; opens it if this command has not tried yet.
     ///
-    /// While the server refuses at once (within 250 ms) every command tries again; one that keeps us waiting is left
+    /// While the server refuses at once (within 1 s) every command tries again; one that keeps us waiting is left
     /// alone for up to 5 s.
     bool ready();
 
@@ -116,6 +119,7 @@ private:
     QDeadlineTimer m_nextAttempt;
     Observer m_onFailure;
     Observer m_onUnavailable;
+    std::function<void()> m_onLost;
     std::function<void()> m_onOpened;
 };
 

@@ -87,6 +87,10 @@
         <translation>Не удалось открыть базу данных %1: %2</translation>
     </message>
     <message>
+        <source>Database connection lost</source>
+        <translation>Соединение с базой данных потеряно</translation>
+    </message>
+    <message>
         <source>Error load settings AdminServerName: NoName </source>
         <translation>Ошибка загрузки настроек AdminServerName: NoName </translation>
     </message>

@@ -25,6 +25,7 @@ private slots:
             QTest::newRow(text) << QByteArray(context) << QByteArray(text);
         };
         row("TServerPlugin", "Cannot open database %1: %2");
+        row("TServerPlugin", "Database connection lost");
         row("TServerPlugin", "Error load settings AdminServerName: NoName ");
         row("TServerPlugin", "Error load settings ServerName: NoName ");
         row("TServerPlugin", "Warrning: No Connections ");

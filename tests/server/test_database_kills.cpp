@@ -46,7 +46,8 @@ private slots:
     void announcedChangesOutliveEndedConnections();
 
 private:
-    /// Lets `fault` happen at a random moment of the stream, which goes on until it is over. The next change then works.
+    /// Lets `fault` happen at a random moment of the stream, which goes on until it is over. The next change then
+    /// works; a database that took longer than a second to refuse an attempt may be left alone for some more.
     void strike(const std::function<void()> &fault);
     void tell(const char *what, int times) const;
 
@@ -55,6 +56,7 @@ private:
     ServiceProcess m_service;
     support::AdminPeer m_admin{m_service.adminPath()};
     std::unique_ptr<ChangeStream> m_stream;
+    int m_late = 0; ///< times that not the next change worked, but a later one
 };
 
 void TestDatabaseKills::initTestCase()
@@ -84,19 +86,26 @@ void TestDatabaseKills::strike(const std::function<void()> &fault)
         wrong = m_stream->next();
     other.join();
     QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
-    wrong = m_stream->next(ChangeStream::Kind::Sensor);
+    int tries = 0;
+    const bool works = ServiceProcess::waitUntil([&] {
+        wrong = m_stream->next(ChangeStream::Kind::Sensor);
+        ++tries;
+        return m_stream->lastWasAnnounced() || !wrong.isEmpty();
+    });
     QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
-    QVERIFY2(m_stream->lastWasAnnounced(), qPrintable(m_service.story().right(2000)));
+    QVERIFY2(works, qPrintable(m_service.story().right(2000)));
+    m_late += tries > 1 ? 1 : 0;
     QCOMPARE(m_stream->differences(*m_database), QStringList());
     QVERIFY(m_service.isRunning());
 }
 
 void TestDatabaseKills::tell(const char *what, int times) const
 {
-    qInfo("%s %d times: so far %d changes; %d announcements after success, all in the database; %d changes failed, %d of "
-          "them in the middle; longest answer %lld ms",
-          what, times, m_stream->changes(), m_stream->announced(), m_stream->unannounced(), m_stream->cut(),
-          m_stream->longestMs());
+    qInfo(
+        "%s %d times: so far %d changes; %d announcements after success, all in the database; %d changes failed, %d of "
+        "them in the middle; longest answer %lld ms; %d times not the next change worked but a later one",
+        what, times, m_stream->changes(), m_stream->announced(), m_stream->unannounced(), m_stream->cut(),
+        m_stream->longestMs(), m_late);
     const QStringList lost = m_stream->lostFields();
     qInfo("fields announced without success that the database has not got: %lld", qint64(lost.size()));
     // A campaign names them all.
@@ -116,15 +125,18 @@ void TestDatabaseKills::announcedChangesOutliveAKilledServer()
         if (QTest::currentTestFailed())
             return;
         // However many commands came while it was away.
+        QCOMPARE(m_service.logTexts().filter("Database connection lost").size(), i + 1);
         QCOMPARE(m_service.logTexts().filter("Cannot open database : ").size(), i + 1);
     }
     tell("server killed", times);
+    QVERIFY2(m_late * 10 <= times, qPrintable(QString::number(m_late)));
 }
 
 void TestDatabaseKills::announcedChangesOutliveEndedConnections()
 {
     const int times = kills();
     const qsizetype lines = m_service.log().size();
+    const int late = m_late;
     for (int i = 0; i < times; ++i) {
         m_database->disconnect();
         strike([this] {
@@ -134,8 +146,9 @@ void TestDatabaseKills::announcedChangesOutliveEndedConnections()
         if (QTest::currentTestFailed())
             return;
     }
-    QCOMPARE(m_service.logTexts().mid(lines).filter("Cannot open database : "), QStringList());
+    QCOMPARE(m_service.logTexts().mid(lines), QStringList(times, "Database connection lost"));
     tell("connections ended", times);
+    QCOMPARE(m_late, late);
 }
 
 QTEST_GUILESS_MAIN(TestDatabaseKills)

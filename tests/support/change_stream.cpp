@@ -111,10 +111,9 @@ QString ChangeStream::changeOnMany(Kind kind)
                  : commandRecord({.name = QStringLiteral("c%1").arg(variant), .description = value, .numParams = 1}) +
                        parameterRecord({.name = "q", .value = value.toUtf8()});
     QString wrong;
-    const QByteArrayList said =
-        send(command(isSensor ? "Fix_sensor_multi_objs_v2" : "Fix_cmd_desc_multi_objs_v2",
-                     i8(1) + numbers(objects) + record, kOperator),
-             wrong);
+    const QByteArrayList said = send(command(isSensor ? "Fix_sensor_multi_objs_v2" : "Fix_cmd_desc_multi_objs_v2",
+                                             i8(1) + numbers(objects) + record, kOperator),
+                                     wrong);
     for (qsizetype i = 0; i < objects.size(); ++i) {
         const bool isKnown = i < said.size();
         if (isKnown && said[i] != savedCard(objects[i]))
@@ -136,8 +135,8 @@ QString ChangeStream::createObject()
     const QString value = QStringLiteral("n%1").arg(m_changes);
     QString wrong;
     const QByteArrayList said =
-        send(command("Create_obj_by_template_v2", i32(0) + i32(2) + text("modem") + text(value) + text("name") + text(value),
-                     kOperator),
+        send(command("Create_obj_by_template_v2",
+                     i32(0) + i32(2) + text("modem") + text(value) + text("name") + text(value), kOperator),
              wrong);
     const auto answered = [](int code) { return answer("Create_obj_by_template_v2", i32(code), kOperator); };
     if (said == QByteArrayList{answered(2)} || !wrong.isEmpty())

@@ -11,8 +11,8 @@
 
 namespace support {
 
-/// A stream of changes out of a seeded generator, and a model of what they may have left in the database. Each change is
-/// followed by an "About", so one that came back was answered.
+/// A stream of changes out of a seeded generator, and a model of what they may have left in the database. Each change
+/// is followed by an "About", so one that came back was answered.
 ///
 /// Most commands announce an object only after the statements for it have succeeded: such a change must be in the
 /// database, whole and once, whatever happened to the database since. A card's field is announced in any case; one

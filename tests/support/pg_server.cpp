@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QSqlDatabase>
 #include <QSqlError>
@@ -90,10 +91,10 @@ QSqlDatabase openDatabase(const QString &connection, const QString &host, int po
     return database;
 }
 
-/// Process `number` is at work; one that was killed is not, even where nobody has waited for it yet.
-bool isAtWork(const QByteArray &number)
+/// Empty for a process that has ended, also where nobody has waited for it yet.
+QString workingFolder(const QByteArray &process)
 {
-    return !QFile::symLinkTarget("/proc/" + QString::fromLatin1(number) + "/cwd").isEmpty();
+    return QFile::symLinkTarget("/proc/" + QString::fromLatin1(process) + "/cwd");
 }
 
 QByteArray firstLine(const QString &path)
@@ -202,15 +203,17 @@ void PgServer::kill() const
 {
     const QByteArray server = firstLine(dataFolder() + "/postmaster.pid");
     const int number = server.toInt();
-    if (number <= 1 || ::kill(number, SIGSTOP) != 0) // so that it starts no further process
-        giveUp("there is no server to kill in " + m_folder);
+    if (workingFolder(server) != QFileInfo(dataFolder()).canonicalFilePath() || ::kill(number, SIGSTOP) != 0)
+        return; // it has ended by itself
+    // Stopped as it is it starts no further process.
     const QByteArray children = firstLine(QString::fromLatin1("/proc/" + server + "/task/" + server + "/children"));
     QByteArrayList processes = children.simplified().split(' ');
     processes.prepend(server);
     processes.removeAll(QByteArray());
     for (const QByteArray &process : processes)
         ::kill(process.toInt(), SIGKILL);
-    if (!ServiceProcess::waitUntil([&] { return std::none_of(processes.begin(), processes.end(), isAtWork); }))
+    const auto isGone = [](const QByteArray &process) { return workingFolder(process).isEmpty(); };
+    if (!ServiceProcess::waitUntil([&] { return std::all_of(processes.begin(), processes.end(), isGone); }))
         giveUp("the killed server in " + m_folder + " does not end");
 }
 

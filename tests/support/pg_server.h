@@ -46,7 +46,8 @@ public:
     void start();
     /// `mode`: "fast" or "immediate" (which is a crash to the database's clients and files).
     void stop(const QString &mode = QStringLiteral("fast"));
-    /// Kills the server and every process of it at once; returns when they have gone. Any thread may call it.
+    /// Kills the server and every process of it at once, where it runs; returns when they have gone. Any thread may
+    /// call it.
     void kill() const;
 
 private:

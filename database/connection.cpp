@@ -45,6 +45,7 @@ void Connection::setName(const QString &name)
 {
     m_name = name;
     m_prepared = false;
+    m_wasOpen = false;
     m_queue.forgetAll();
     m_checked = false;
     m_outageTold = false;
@@ -85,7 +86,7 @@ bool Connection::ready()
     if (!m_checked) {
         m_checked = true;
         if (!isAlive()) {
-            if (qtDatabase().isOpen() && m_onLost)
+            if (std::exchange(m_wasOpen, false) && m_onLost)
                 m_onLost();
             return open();
         }
@@ -104,6 +105,7 @@ void Connection::beginCommand()
 void Connection::prepareSession()
 {
     m_prepared = true;
+    m_wasOpen = true;
     m_backend = PQbackendPID(native());
     m_queue.forgetAll();
     PQsetnonblocking(native(), 1);

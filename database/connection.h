@@ -114,6 +114,7 @@ private:
     bool m_prepared = false;    ///< the session has our settings
     int m_backend = 0;          ///< server process of the session
     int m_abandonedBackend = 0; ///< process of a server session that was given up at work; 0: none
+    bool m_wasOpen = false;     ///< and its loss has not been told
     bool m_checked = false;
     bool m_outageTold = false;
     QDeadlineTimer m_nextAttempt;

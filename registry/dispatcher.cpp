@@ -13,10 +13,16 @@ constexpr int kLogFailures = 2;
 constexpr int kLogCommands = 3;
 constexpr qint64 kNanosecondsPerMicrosecond = 1000;
 
+/// The lines below may quote the row that failed, and so an operator's password.
+QString firstLine(const QString &text)
+{
+    return text.section(QLatin1Char('\n'), 0, 0, QString::SectionSkipEmpty).trimmed();
+}
+
 void logFailedStatement(const char *command, const QSqlError &error)
 {
     if (logHasLevel(kLogFailures))
-        logMessage(QStringLiteral("%1: %2").arg(QLatin1String(command), error.databaseText().trimmed()));
+        logMessage(QStringLiteral("%1: %2").arg(QLatin1String(command), firstLine(error.databaseText())));
 }
 
 } // namespace

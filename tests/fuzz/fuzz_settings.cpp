@@ -13,21 +13,29 @@
 
 namespace {
 
-/// QSettings remembers a file by its name, size and time: every input gets a name of its own.
-QString newFile(const QByteArray &content)
+QString written(const QString &name, const QByteArray &content)
 {
     static const QTemporaryDir folder;
-    static int number = 0;
-    const QString path = folder.filePath(QString::number(++number) + QStringLiteral(".ini"));
+    const QString path = folder.filePath(name + QStringLiteral(".ini"));
     QFile file(path);
     FUZZ_CHECK(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
     return path;
 }
 
+/// QSettings remembers the last 30 files by name, size and time: a name comes again only when it is forgotten. It keeps
+/// a little of every name for ever.
+QString newFile(const QByteArray &content)
+{
+    constexpr int names = 1000;
+    static int number = 0;
+    return written(QString::number(++number % names), content);
+}
+
 QSettings &templateSettings()
 {
-    static QSettings settings(newFile("[Base]\nDbHost=a,b\nDbPassword=\"x;y\"\nOnlyHere=1\n[Other]\nKey=value\n"),
-                              QSettings::IniFormat);
+    static QSettings settings(
+        written(QStringLiteral("template"), "[Base]\nDbHost=a,b\nDbPassword=\"x;y\"\nOnlyHere=1\n[Other]\nKey=value\n"),
+        QSettings::IniFormat);
     return settings;
 }
 

@@ -146,7 +146,9 @@ void TestDatabaseKills::announcedChangesOutliveEndedConnections()
         if (QTest::currentTestFailed())
             return;
     }
-    QCOMPARE(m_service.logTexts().mid(lines), QStringList(times, "Database connection lost"));
+    QStringList told = m_service.logTexts().mid(lines);
+    told.removeIf([](const QString &text) { return text.startsWith("Start server: "); });
+    QVERIFY2(told == QStringList(times, "Database connection lost"), qPrintable(told.join('\n')));
     tell("connections ended", times);
     QCOMPARE(m_late, late);
 }

@@ -185,8 +185,9 @@ void TestDatabaseResources::changeUntilOneFails(const QString &reason)
 void TestDatabaseResources::announcedIsThere()
 {
     for (int type = 0; type < m_announced.size(); ++type)
-        QCOMPARE(m_database->value("SELECT count(*) FROM \"Sensors\" WHERE \"Type\" = " + QString::number(type)).toInt(),
-                 m_announced[type]);
+        QCOMPARE(
+            m_database->value("SELECT count(*) FROM \"Sensors\" WHERE \"Type\" = " + QString::number(type)).toInt(),
+            m_announced[type]);
 }
 
 void TestDatabaseResources::boundFiles(const QByteArray &bytes)

@@ -65,6 +65,7 @@ private slots:
     void failedStatementsAreNotReported_data();
     void failedStatementsAreNotReported();
     void nulInATextFailsTheStatementSilently();
+    void failedStatementKeepsThePasswordOutOfTheLog();
 
     void creationIsRecordedAndAnnouncedBehindTheStatement();
     void updateIsAnnouncedAndRecordedBehindTheStatement();
@@ -502,6 +503,21 @@ void TestUserAccounts::nulInATextFailsTheStatementSilently()
         SAYS(m_admin, expected);
     QCOMPARE(accounts(), QStringList("petrov|old|old|old|old|false"));
     m_failedStatements = 2;
+}
+
+void TestUserAccounts::failedStatementKeepsThePasswordOutOfTheLog()
+{
+    // The server's reason then quotes the whole row that failed.
+    m_site.database->run(R"(ALTER TABLE "Connections" ADD CONSTRAINT test_check CHECK ("Login" <> 'nina') NOT VALID)");
+    m_admin.send(fix(accountRequest(0, {.login = "nina", .password = "s3cret"})));
+    RECORDS(m_client, "User 'ivanov' create new user 'nina'");
+    SAYS(m_admin, savedUser(0));
+    SAYS(m_admin, done());
+    m_site.database->run(R"(ALTER TABLE "Connections" DROP CONSTRAINT test_check)");
+    m_failedStatements = 1;
+    const QString line = m_site.newLogLines().value(0);
+    QVERIFY2(line.contains("Fix_user: ") && line.contains("test_check"), qPrintable(line));
+    QVERIFY2(!line.contains("s3cret"), qPrintable(line));
 }
 
 void TestUserAccounts::creationIsRecordedAndAnnouncedBehindTheStatement()

@@ -41,7 +41,8 @@ QByteArray fullCard()
 QByteArray setSensor()
 {
     return support::command("Fix_sensor_multi_objs_v2",
-                            i8(1) + support::numbers({17}) + support::sensorRecord({.name = "s", .type = 1}), kOperator);
+                            i8(1) + support::numbers({17}) + support::sensorRecord({.name = "s", .type = 1}),
+                            kOperator);
 }
 
 QByteArray getSensors()
@@ -174,8 +175,8 @@ void TestDatabaseOutages::missingTableFailsItsOwnCommandsOnly()
         QVERIFY2(line.contains("_v2: ERROR:  relation \"Sensors\" does not exist"), qPrintable(line));
     m_admin.send(setSensor() + getSensors());
     SAYS(m_admin, support::savedCard(17));
-    SAYS(m_admin, support::answer("Get_sensors_v2",
-                                  i32(17) + i32(1) + support::sensorRecord({.name = "s", .type = 1}), kOperator));
+    SAYS(m_admin, support::answer("Get_sensors_v2", i32(17) + i32(1) + support::sensorRecord({.name = "s", .type = 1}),
+                                  kOperator));
 }
 
 void TestDatabaseOutages::startsWithoutTheAccounts()

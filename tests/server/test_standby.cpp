@@ -35,7 +35,8 @@ QByteArray update(const QByteArray &value)
 QByteArray setSensor()
 {
     return support::command("Fix_sensor_multi_objs_v2",
-                            i8(1) + support::numbers({17}) + support::sensorRecord({.name = "s", .type = 1}), kOperator);
+                            i8(1) + support::numbers({17}) + support::sensorRecord({.name = "s", .type = 1}),
+                            kOperator);
 }
 
 /// A service with its administration server.

@@ -191,28 +191,27 @@ void TestDatabaseFaults::nextCommandWorksAfterTheDatabaseWentAndCame()
 void TestDatabaseFaults::commandInFlightFailsAndTheNextWorks_data()
 {
     QTest::addColumn<QByteArray>("command");
-    QTest::addColumn<QString>("stop");    // empty: only the connection is ended
+    QTest::addColumn<bool>("isKilled");
     QTest::addColumn<QByteArray>("said"); // empty: nothing
     QTest::addColumn<QByteArray>("recorded");
-    const auto rows = [](const char *way, const QString &stop) {
+    const auto rows = [](const char *way, bool isKilled) {
         const auto name = [&](const char *command) { return QByteArray(command) + ", " + way; };
-        QTest::newRow(name("get").constData()) << get() << stop << emptyCard() << QByteArray();
+        QTest::newRow(name("get").constData()) << get() << isKilled << emptyCard() << QByteArray();
         QTest::newRow(name("save").constData())
-            << save() << stop << support::savedCard(17) << QByteArray("save card with id=17");
+            << save() << isKilled << support::savedCard(17) << QByteArray("save card with id=17");
         QTest::newRow(name("update").constData())
-            << update() << stop << support::savedCard(17) << QByteArray("update card with id=17");
+            << update() << isKilled << support::savedCard(17) << QByteArray("update card with id=17");
         QTest::newRow(name("set on many").constData())
-            << setOnMany() << stop << QByteArray() << QByteArray("save cards with id=17");
+            << setOnMany() << isKilled << QByteArray() << QByteArray("save cards with id=17");
     };
-    rows("connection ended", {});
-    rows("server stopped", "fast");
-    rows("server killed", "immediate");
+    rows("connection ended", false);
+    rows("server killed", true);
 }
 
 void TestDatabaseFaults::commandInFlightFailsAndTheNextWorks()
 {
     QFETCH(QByteArray, command);
-    QFETCH(QString, stop);
+    QFETCH(bool, isKilled);
     QFETCH(QByteArray, said);
     QFETCH(QByteArray, recorded);
     fillCard();
@@ -226,8 +225,8 @@ void TestDatabaseFaults::commandInFlightFailsAndTheNextWorks()
                            "wait_event_type = 'Lock'")
                    .toInt() == 1;
     }));
-    if (!stop.isEmpty()) {
-        m_server->stop(stop);
+    if (isKilled) {
+        m_server->stop("immediate");
         m_database->disconnect();
     } else {
         endServicesConnection();
@@ -241,11 +240,11 @@ void TestDatabaseFaults::commandInFlightFailsAndTheNextWorks()
         const QByteArray frame = m_client.nextFrame();
         const quint32 time = support::recordTime(frame);
         QVERIFY2(frame == support::record(time, "User '' " + recorded) ||
-                     (stop.isEmpty() && frame == support::record(time, "User 'ivanov' " + recorded)),
+                     (!isKilled && frame == support::record(time, "User 'ivanov' " + recorded)),
                  qPrintable(support::describe(frame)));
     }
     QVERIFY(m_client.isSilent());
-    if (!stop.isEmpty())
+    if (isKilled)
         m_server->start();
     m_admin.send(get());
     SAYS(m_admin, fullCard());

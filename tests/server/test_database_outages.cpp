@@ -94,6 +94,8 @@ void TestDatabaseOutages::initTestCase()
 
 void TestDatabaseOutages::init()
 {
+    QFile::remove(m_place);
+    letConnect();
     m_admin.send(get());
     SAYS(m_admin, fullCard());
     m_logLines = m_service.log().size();

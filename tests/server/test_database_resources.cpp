@@ -133,6 +133,11 @@ void TestDatabaseResources::noConnectionIsLeft()
         connection.setDatabaseName(m_database->name());
         return connection.open();
     };
+    const auto release = qScopeGuard([&] {
+        for (const QString &connection : taken)
+            QSqlDatabase::removeDatabase(connection);
+        taken.clear();
+    });
     while (takeOne())
         QVERIFY(taken.size() < kMost);
     m_database->run(QStringLiteral("SELECT pg_terminate_backend(%1, 30000)").arg(serviceProcess()));

@@ -9,8 +9,8 @@
 #include <QSet>
 
 using support::i32;
-using support::text;
 using support::ServiceProcess;
+using support::text;
 
 namespace {
 
@@ -33,7 +33,8 @@ QByteArray save(char who)
 
 QByteArray createObject(const QString &name)
 {
-    const QByteArray identity = text("modem") + text(name) + text("name") + text(name) + text("subdivision") + text("s");
+    const QByteArray identity =
+        text("modem") + text(name) + text("name") + text(name) + text("subdivision") + text("s");
     return support::command("Create_obj_by_template_v2", i32(0) + i32(3) + identity, kOperator);
 }
 
@@ -158,7 +159,8 @@ void TestTwoServices::onOneDatabaseNoObjectIsLost()
     int twins = 0;
     for (int i = 0; i < kRounds; ++i) {
         both(createObject(QStringLiteral("c%1").arg(i)), createObject(QStringLiteral("c%1").arg(i)));
-        const int made = count(QStringLiteral("\"Objects_property\" WHERE \"Name\" = 'modem' AND \"Value\" = 'c%1'").arg(i));
+        const int made =
+            count(QStringLiteral("\"Objects_property\" WHERE \"Name\" = 'modem' AND \"Value\" = 'c%1'").arg(i));
         QVERIFY(made == 1 || made == 2);
         twins += made - 1;
     }
@@ -193,7 +195,8 @@ void TestTwoServices::onOneDatabaseTemplatesMadeAtOnceMayShareANumber()
 void TestTwoServices::atOneAdministrationServerEachDoesEveryCommand()
 {
     support::Wire client = support::Wire::connectTo(m_atHub.path("clients"));
-    QVERIFY(ServiceProcess::waitUntil([&] { return m_atHub.waitForLog("New Out") && m_alsoAtHub.waitForLog("New Out"); }));
+    QVERIFY(
+        ServiceProcess::waitUntil([&] { return m_atHub.waitForLog("New Out") && m_alsoAtHub.waitForLog("New Out"); }));
     client.send(about(kOperator));
     for (int i = 0; i < 2; ++i) {
         const QByteArray said = client.nextFrame();

@@ -24,7 +24,7 @@ constexpr const char *kInsertSensor =
     R"(INSERT INTO "Sensors"  ( "Id_objects", "Name", "Measure", "Type", "Calculate",  "Vid", "Quality", "Enum", "Rate") VALUES ($1,$2,$3,$4,$5,$6,$7,$8,$9))";
 constexpr const char *kCountCommands = R"(SELECT Count(*) as cnt FROM "Commands" WHERE "Id_object" = %0)";
 constexpr const char *kSelectCommands =
-    R"(SELECT cmd."Id" AS CmdId, cmd."Name" AS CmdName, cmd."Operation", cmd."Description" AS CmdDesc, cmd."ExecBy", cnt."NumParams", p."Name" as "ParamName", p."Description" as ParamDesc, p."Value", p."Id" AS ParamId, p."Type" FROM "Commands" cmd LEFT JOIN (SELECT "Id_command", count(*) AS "NumParams" FROM "Params" group by "Id_command") cnt ON cnt."Id_command" = cmd."Id" LEFT JOIN (SELECT * FROM "Params") p ON p."Id_command" = cmd."Id" WHERE cmd."Id_object" = %0 ORDER BY cmd."Operation", CmdId, ParamId)";
+    R"(SELECT cmd."Id" AS CmdId, cmd."Name" AS CmdName, cmd."Operation", cmd."Description" AS CmdDesc, cmd."ExecBy", cnt."NumParams", p."Name" as "ParamName", p."Description" as ParamDesc, p."Value", p."Id" AS ParamId, p."Type" FROM "Commands" cmd LEFT JOIN LATERAL (SELECT count(*) AS "NumParams" FROM "Params" WHERE "Id_command" = cmd."Id" HAVING count(*) > 0) cnt ON true LEFT JOIN (SELECT * FROM "Params") p ON p."Id_command" = cmd."Id" WHERE cmd."Id_object" = %0 ORDER BY cmd."Operation", CmdId, ParamId)";
 
 // True where the sensors are those that were saved: the registry was filled with another measure.
 constexpr const char *kManyAreSaved =

@@ -19,7 +19,7 @@ constexpr const char *kSelectNesting =
 constexpr const char *kSelectMembership =
     R"(SELECT o."Id_group", o."Id_object" FROM "Groups_objects" as o, "Objects_property" as p where o."Id_object" = p."Id_objects" and p."Name" = 'name' order by convert_from(p."Value", 'utf8'))";
 constexpr const char *kSelectObjectSetup =
-    R"(SELECT a."Id", ARRAY(SELECT "Id_PersProp" FROM "Person_Setup" WHERE "Type" = %0 AND "Id_connect" = %1 AND "Id_object" = a."Id" ORDER BY "Id_PersProp") FROM (select 0 as "Id" union select "Id" from "Objects" order by "Id") a)";
+    R"(SELECT a."Id", s.properties FROM (select 0 as "Id" union select "Id" from "Objects") a LEFT JOIN (SELECT "Id_object", array_agg("Id_PersProp" ORDER BY "Id_PersProp") AS properties FROM "Person_Setup" WHERE "Type" = %0 AND "Id_connect" = %1 GROUP BY "Id_object") s ON s."Id_object" = a."Id" ORDER BY a."Id")";
 constexpr const char *kSearchAll =
     R"(SELECT "Id_objects", "Value" FROM "Objects_property", "Person_Setup" WHERE "Name" LIKE 'name' AND "Value" != '' AND "Id_connect"=%0 AND "Id_objects"="Id_object" AND "Person_Setup"."Type"=1 GROUP BY "Id_objects", "Value" ORDER BY "Id_objects")";
 constexpr const char *kSearchText =

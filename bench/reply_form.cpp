@@ -44,8 +44,10 @@ void writeNull(QDataStream &out, Form form)
     case Form::Colour:
         out.writeRawData(kInvalidColour, sizeof kInvalidColour);
         return;
-    case Form::Number:
     case Form::Numbers:
+        out << QList<qint32>();
+        return;
+    case Form::Number:
     case Form::Flag:
         throw std::runtime_error("the registry to measure on holds a NULL where none is meant to be");
     }

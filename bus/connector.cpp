@@ -162,6 +162,8 @@ void TConnector::timerEvent(QTimerEvent *)
         if (m_firstStart)
             return;
     }
+    if (m_server->isListening())
+        watchServerName();
     if (!m_server->isListening())
         openServer();
     m_firstStart = false;
@@ -203,13 +205,30 @@ bool TConnector::reconnect(TMyLocalSocket *link, const QByteArray &greeting)
 
 void TConnector::openServer()
 {
+    if (bus::isListenedOn(bus::socketPath(m_serverName)))
+        logMessage(tr("Server name taken over: another process listens on %0\n").arg(m_serverName));
     QLocalServer::removeServer(m_serverName);
     if (bus::listenWithMode(*m_server, m_serverName, m_socketMode)) {
+        m_serverFile.remember(*m_server);
+        m_nameIsLost = false;
         logMessage(tr("Start server: %1 Ok!!!! \n").arg(m_serverName));
         return;
     }
     logMessage(tr("Start Error: %1\n").arg(m_server->errorString()));
     m_server->close();
+}
+
+/// Another process that takes the name leaves this one with a server that no new client finds. The name is not taken
+/// back, lest the two fight for it; once it is free the server is to be opened anew.
+void TConnector::watchServerName()
+{
+    const auto state = m_serverFile.state();
+    if (state == bus::SocketFile::State::Free)
+        m_server->close();
+    if (state != bus::SocketFile::State::Taken || m_nameIsLost)
+        return;
+    m_nameIsLost = true;
+    logMessage(tr("Server name lost: new connections to %0 go to another process\n").arg(m_serverName));
 }
 
 void TConnector::writeTo(TMyLocalSocket *link, const QByteArray &frame, qint64 waitingLimit)

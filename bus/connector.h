@@ -3,6 +3,7 @@
 #include "bus/frame.h"
 #include "bus/incoming_bound.h"
 #include "bus/local_socket.h"
+#include "bus/socket_file.h"
 #include "bus/socket_mode.h"
 
 #include <QByteArray>
@@ -23,7 +24,8 @@ class TMyLocalServer;
 ///
 /// A peer that leaves more than kWaitingLimit bytes unread is cut off, on incoming and sibling links; the
 /// administration server at kAdminWaitingLimit. A frame beyond what peers take (bus::kFrameLimit) is not sent but told
-/// in the log. Incoming links beyond bus::IncomingBound are closed at once; the first of each burst is told.
+/// in the log. A process that takes the server's name, or loses it, is told as well. Incoming links beyond
+/// bus::IncomingBound are closed at once; the first of each burst is told.
 class TConnector : public QObject
 {
     Q_OBJECT
@@ -97,6 +99,7 @@ private:
     bool reconnect(TMyLocalSocket *link, const QByteArray &greeting);
     [[nodiscard]] bool connectSiblings(const QByteArray &greeting);
     void openServer();
+    void watchServerName();
     [[nodiscard]] bool mayStay(const TMyLocalSocket *link);
     void cutOffReader(TMyLocalSocket *link);
     void boundWaiting();
@@ -107,6 +110,8 @@ private:
 
     bool m_firstStart = true;
     TMyLocalServer *m_server;
+    bus::SocketFile m_serverFile;
+    bool m_nameIsLost = false; ///< to another process; told once
     QString m_serverName;
     bus::SocketMode m_socketMode = bus::SocketMode::User;
     bool m_watch = false;

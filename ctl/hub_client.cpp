@@ -1,5 +1,6 @@
 #include "ctl/hub_client.h"
 
+#include "bus/socket_file.h"
 #include "ctl/text.h"
 #include "hub/hub_protocol.h"
 
@@ -32,7 +33,7 @@ HubClient::HubClient(qint32 operatorNumber, std::chrono::milliseconds timeout)
 
 Outcome HubClient::connectTo(const QString &name)
 {
-    const QString path = hub::socketPath(name);
+    const QString path = bus::socketPath(name);
     const Outcome failure = m_link.open(path, deadline());
     if (!failure)
         return m_link.send(bus::encode(bus::Greeting{"objectsctl"}));

@@ -67,9 +67,12 @@ Link *Hub::accept(QLocalServer &server)
     if (socket == nullptr)
         return nullptr;
     auto *link = new Link(++m_lastId, socket, m_limits.bytesWaiting, this);
-    if (serviceCount() + clientCount() < m_limits.links)
+    if (serviceCount() + clientCount() < m_limits.links) {
+        m_refusing = false;
         return link;
-    logLine(QStringLiteral("a connection is refused: %1 are open").arg(m_limits.links));
+    }
+    if (!std::exchange(m_refusing, true))
+        logLine(QStringLiteral("a connection is refused: %1 are open").arg(m_limits.links));
     link->deleteLater();
     return nullptr;
 }

@@ -68,6 +68,7 @@ private:
     void tellClient(LinkId id, qint32 operatorNumber, const char *text);
 
     Limits m_limits;
+    bool m_refusing = false; ///< since the last connection that was taken; told once
     QLocalServer m_serviceServer;
     QLocalServer m_clientServer;
     std::map<LinkId, Service> m_services;

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <QDir>
-#include <QString>
+#include <QtGlobal>
 
 /// What a program needs to know to talk to the hub, besides the frames themselves.
 namespace hub {
@@ -19,11 +18,5 @@ inline constexpr char kServiceBusy[] = "the service does not keep up, the comman
 
 /// Connection number of an action frame that is meant for all clients.
 inline constexpr qint32 kEveryone = -1;
-
-/// Path of the local socket `name`: absolute names stay, others lie in the system's temporary folder.
-[[nodiscard]] inline QString socketPath(const QString &name)
-{
-    return name.startsWith(u'/') ? name : QDir::cleanPath(QDir::tempPath()) + u'/' + name;
-}
 
 } // namespace hub

@@ -1,3 +1,4 @@
+#include "bus/socket_file.h"
 #include "hub/hub.h"
 #include "hub/hub_protocol.h"
 #include "hub/log_line.h"
@@ -84,6 +85,6 @@ int main(int argc, char **argv)
     if (const auto code = readCommandLine(argc, argv, names))
         return *code;
     const QCoreApplication application(argc, argv);
-    return run(hub::socketPath(QString::fromStdString(names.services)),
-               hub::socketPath(QString::fromStdString(names.clients)), names.mode);
+    return run(bus::socketPath(QString::fromStdString(names.services)),
+               bus::socketPath(QString::fromStdString(names.clients)), names.mode);
 }

@@ -16,6 +16,18 @@
 </translation>
     </message>
     <message>
+        <source>Server name taken over: another process listens on %0
+</source>
+        <translation>Имя сервера перехвачено: на %0 слушает другой процесс
+</translation>
+    </message>
+    <message>
+        <source>Server name lost: new connections to %0 go to another process
+</source>
+        <translation>Имя сервера потеряно: новые соединения с %0 уходят другому процессу
+</translation>
+    </message>
+    <message>
         <source>Start server: %1 Ok!!!! 
 </source>
         <translation>Сервер запущен: %1 Ok!!!! 

@@ -1,3 +1,4 @@
+#include "bus/socket_file.h"
 #include "ctl/arguments.h"
 #include "ctl/commands/commands.h"
 #include "ctl/event_record.h"
@@ -26,7 +27,7 @@ QString eventLine(const EventRecord &record, bool json)
 
 Outcome openServer(Session &session, FrameLink &link)
 {
-    const QString path = hub::socketPath(QString::fromStdString(session.options().server));
+    const QString path = bus::socketPath(QString::fromStdString(session.options().server));
     const Outcome failure = link.open(path, QDeadlineTimer(session.options().timeout()));
     if (failure && link.isMissing()) {
         return Failure{QStringLiteral("no service at %1: start it with ./run or build/bin/objects_server; "

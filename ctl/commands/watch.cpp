@@ -1,3 +1,4 @@
+#include "bus/socket_file.h"
 #include "ctl/arguments.h"
 #include "ctl/commands/commands.h"
 #include "ctl/json_text.h"
@@ -54,7 +55,7 @@ Outcome watch(Session &session, quint32 count)
     if (!client)
         return client.failure();
     session.remark(QStringLiteral("watching the notices of %1")
-                       .arg(printable(hub::socketPath(QString::fromStdString(session.options().hub)))));
+                       .arg(printable(bus::socketPath(QString::fromStdString(session.options().hub)))));
     const QDeadlineTimer deadline = session.followingDeadline();
     for (quint32 printed = 0; count == 0 || printed < count; ++printed) {
         Result<bus::Action> notice = (*client)->nextNotice(deadline);

@@ -9,6 +9,7 @@
 
 #include <csignal>
 #include <memory>
+#include <vector>
 
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -28,6 +29,7 @@ private slots:
     void keepsAFileThatIsNoSocket();
     void letsOnlyThoseInWhoMayConnect_data();
     void letsOnlyThoseInWhoMayConnect();
+    void tellsABurstOfRefusedConnectionsOnce();
     void refusesWrongUsage_data();
     void refusesWrongUsage();
 
@@ -166,6 +168,43 @@ void TestHubProcess::letsOnlyThoseInWhoMayConnect()
     }
     process.terminate();
     QVERIFY(process.waitForFinished(10'000));
+}
+
+void TestHubProcess::tellsABurstOfRefusedConnectionsOnce()
+{
+    constexpr int kLinks = 500;
+    QProcess process;
+    start(process);
+    std::vector<std::unique_ptr<QLocalSocket>> clients;
+    const auto connectOne = [&] {
+        clients.push_back(std::make_unique<QLocalSocket>());
+        clients.back()->connectToServer(path("clients"));
+        return clients.back()->waitForConnected(5000);
+    };
+    for (int i = 0; i < kLinks; ++i)
+        QVERIFY(connectOne());
+    const auto refuseThree = [&] {
+        for (int i = 0; i < 3; ++i) {
+            QVERIFY(connectOne());
+            QTRY_COMPARE(clients.back()->state(), QLocalSocket::UnconnectedState);
+        }
+    };
+    refuseThree();
+    // Which of them the hub has seen closed by now is not known; the next that stays ends the burst.
+    clients.erase(clients.begin());
+    const QByteArray about = QByteArray::fromHex("00000012 CB 00000005 41626F7574 FFFFFFFF 00000007");
+    for (bool taken = false; !taken;) {
+        QVERIFY(connectOne());
+        QLocalSocket &client = *clients.back();
+        client.write(about);
+        QTRY_VERIFY(client.bytesAvailable() > 0 || client.state() == QLocalSocket::UnconnectedState);
+        taken = client.bytesAvailable() > 0;
+    }
+    refuseThree();
+    process.terminate();
+    QVERIFY(process.waitForFinished(10'000));
+    const QByteArrayList told = process.readAllStandardError().trimmed().split('\n');
+    QCOMPARE(told.count("admin_hub: a connection is refused: 500 are open"), 2);
 }
 
 void TestHubProcess::refusesWrongUsage_data()

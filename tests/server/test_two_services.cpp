@@ -231,10 +231,24 @@ void TestTwoServices::underOneNameNewClientsGoToTheLaterOne()
     RECORDS(late, "User '' save card with id=17");
     QVERIFY(early.isSilent());
     QCOMPARE(m_first.service.logTexts().filter(opened).size(), 1);
-    // With the later one the name goes: the first does not open its server again.
+    // Both say what has happened, and say it once however long it lasts.
+    const QString taken = "Server name taken over: another process listens on " + path;
+    const QString lost = "Server name lost: new connections to " + path + " go to another process";
+    QVERIFY2(m_first.service.waitForLog(lost), qPrintable(m_first.service.story()));
+    QCOMPARE(m_namesake.service.logCount(taken), 1);
+    QCOMPARE(m_first.service.logCount(taken), 0);
+    // The later one leaves the name free, and the first takes it again.
     m_namesake.admin.send(support::commandWithNoData("QuitSignal", kOperator));
     QCOMPARE(m_namesake.service.exitCode(), 0);
-    QVERIFY(!support::Wire::connectTo(path, 100).isOpen());
+    QVERIFY2(ServiceProcess::waitUntil([&] { return m_first.service.logTexts().filter(opened).size() == 2; }),
+             qPrintable(m_first.service.story()));
+    QCOMPARE(m_first.service.logCount(lost), 1);
+    support::ClientPeer again;
+    QVERIFY2(again.attach(path, m_first.admin), qPrintable(m_first.service.story()));
+    m_first.admin.send(save('a'));
+    SAYS(m_first.admin, support::savedCard(17));
+    RECORDS(again, "User '' save card with id=17");
+    RECORDS(early, "User '' save card with id=17");
 }
 
 QTEST_GUILESS_MAIN(TestTwoServices)

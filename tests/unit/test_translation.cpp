@@ -32,6 +32,8 @@ private slots:
         row("TServerPlugin", "Error load settings SocketMode: \"%1\" is neither user nor group, user is taken");
         row("TConnector", "Start server: %1 Ok!!!! \n");
         row("TConnector", "Start Error: %1\n");
+        row("TConnector", "Server name taken over: another process listens on %0\n");
+        row("TConnector", "Server name lost: new connections to %0 go to another process\n");
         row("TConnector", "New In Connection %0\n");
         row("TConnector", "New Out Connnection\n");
         row("TConnector", "Connnection Out Error: %1 %2\n");

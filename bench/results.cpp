@@ -1,0 +1,90 @@
+#include "bench/results.h"
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <stdexcept>
+
+namespace bench {
+
+namespace {
+
+QString text(const std::string &value)
+{
+    return QString::fromStdString(value);
+}
+
+QJsonObject json(const Summary &summary)
+{
+    return {{"median", summary.median}, {"p10", summary.p10}, {"p90", summary.p90}};
+}
+
+Summary summaryIn(const QJsonValue &value)
+{
+    return {value["median"].toDouble(), value["p10"].toDouble(), value["p90"].toDouble()};
+}
+
+Result resultIn(const QJsonObject &line)
+{
+    Result result;
+    result.section = line["section"].toString().toStdString();
+    result.figure = line["figure"].toString().toStdString();
+    result.limit = line["limit"].toString().toStdString();
+    if (line["goal"].isDouble())
+        result.goal = line["goal"].toDouble();
+    result.unit = line["unit"].toString().toStdString();
+    result.subject = summaryIn(line["subject"]);
+    result.limitMedian = line["limitMedian"].toDouble();
+    result.ratio = summaryIn(line["ratio"]);
+    result.objects = static_cast<long>(line["objects"].toInteger());
+    result.atLeast = line["atLeast"].toBool();
+    return result;
+}
+
+} // namespace
+
+void appendResult(const std::string &path, const Result &result)
+{
+    const QJsonObject line{
+        {"section", text(result.section)},
+        {"figure", text(result.figure)},
+        {"limit", text(result.limit)},
+        {"goal", result.goal ? QJsonValue(*result.goal) : QJsonValue(QJsonValue::Null)},
+        {"unit", text(result.unit)},
+        {"subject", json(result.subject)},
+        {"limitMedian", result.limitMedian},
+        {"ratio", json(result.ratio)},
+        {"objects", qint64(result.objects)},
+        {"atLeast", result.atLeast},
+    };
+    QFile file(text(path));
+    const QByteArray bytes = QJsonDocument(line).toJson(QJsonDocument::Compact) + '\n';
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Append) || file.write(bytes) != bytes.size() || !file.flush())
+        throw std::runtime_error("cannot write " + path);
+}
+
+std::vector<Result> readResults(const std::string &path)
+{
+    QFile file(text(path));
+    if (!file.open(QIODevice::ReadOnly))
+        throw std::runtime_error("cannot read " + path);
+    std::vector<Result> results;
+    while (!file.atEnd()) {
+        const QJsonObject line = QJsonDocument::fromJson(file.readLine()).object();
+        if (!line.contains("figure"))
+            throw std::runtime_error(path + " is no file of results");
+        results.push_back(resultIn(line));
+    }
+    return results;
+}
+
+std::optional<bool> reachesGoal(const Result &result)
+{
+    if (!result.goal)
+        return std::nullopt;
+    const double ratio = result.ratio.median;
+    return result.atLeast ? ratio >= *result.goal : ratio <= *result.goal;
+}
+
+} // namespace bench

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "bench/interleaved.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+/// One measured figure beside the limit that it is held against.
+struct Result
+{
+    std::string section; ///< heading under which it is shown
+    std::string figure;
+    std::string limit; ///< name of what it stands beside
+    std::optional<double> goal;
+    std::string unit; ///< of subject and limit: "ns", "bytes", "1/s"
+    Summary subject;
+    double limitMedian = 0;
+    Summary ratio; ///< subject to limit
+    long objects = 0;
+    bool atLeast = false; ///< the goal is a lower bound of the ratio, not an upper one
+};
+
+/// Adds a line of JSON to the file, which several programs may add to one after the other. Throws std::runtime_error
+/// where it cannot be written.
+void appendResult(const std::string &path, const Result &result);
+
+/// All lines in their order; throws where the file cannot be read or a line is none of ours.
+[[nodiscard]] std::vector<Result> readResults(const std::string &path);
+
+/// Nothing where the figure has no goal. What counts is the median of the ratios.
+[[nodiscard]] std::optional<bool> reachesGoal(const Result &result);
+
+} // namespace bench

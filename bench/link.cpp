@@ -38,6 +38,24 @@ void waitFor(int descriptor, short event, const char *silence)
         throw std::runtime_error(silence);
 }
 
+sockaddr_un addressOf(const std::string &path)
+{
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path)
+        throw std::runtime_error("the socket's path is too long: " + path);
+    path.copy(address.sun_path, path.size());
+    return address;
+}
+
+int newSocket()
+{
+    const int descriptor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (descriptor < 0)
+        fail("socket");
+    return descriptor;
+}
+
 } // namespace
 
 Link::Link(int descriptor)
@@ -49,11 +67,11 @@ Link::~Link()
     ::close(m_descriptor);
 }
 
-void Link::send(const QByteArray &bytes)
+void Link::send(QByteArrayView bytes)
 {
     for (qsizetype sent = 0; sent < bytes.size();) {
         const auto written =
-            ::send(m_descriptor, bytes.constData() + sent, static_cast<std::size_t>(bytes.size() - sent), MSG_NOSIGNAL);
+            ::send(m_descriptor, bytes.data() + sent, static_cast<std::size_t>(bytes.size() - sent), MSG_NOSIGNAL);
         if (written < 0)
             fail("the link cannot be written to");
         sent += written;
@@ -83,11 +101,7 @@ bool Link::receiveOrEnd(int frames)
         }
         if (end > m_frames.size() || arrived == m_frames.size())
             m_frames.resize(std::max(end, arrived + kRoomBytes));
-        waitFor(m_descriptor, POLLIN, "no answer in 30 s");
-        const auto got =
-            ::read(m_descriptor, m_frames.data() + arrived, static_cast<std::size_t>(m_frames.size() - arrived));
-        if (got < 0)
-            fail("the link cannot be read");
+        const qsizetype got = readSome(m_frames.data() + arrived, m_frames.size() - arrived);
         if (got == 0)
             return false;
         arrived += got;
@@ -96,6 +110,15 @@ bool Link::receiveOrEnd(int frames)
         throw std::runtime_error("more arrived than was asked for");
     m_frames.resize(whole);
     return true;
+}
+
+qsizetype Link::readSome(char *room, qsizetype most)
+{
+    waitFor(m_descriptor, POLLIN, "no answer in 30 s");
+    const auto got = ::read(m_descriptor, room, static_cast<std::size_t>(most));
+    if (got < 0)
+        fail("the link cannot be read");
+    return got;
 }
 
 pid_t Link::peer() const
@@ -107,25 +130,42 @@ pid_t Link::peer() const
     return credentials.pid;
 }
 
-int acceptOne(const std::string &path)
+Listener::Listener(const std::string &path)
+    : m_path(path)
+    , m_descriptor(newSocket())
 {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof address.sun_path)
-        throw std::runtime_error("the socket's path is too long: " + path);
-    path.copy(address.sun_path, path.size());
-    const int listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (listener < 0)
-        fail("socket");
-    if (::bind(listener, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0 ||
-        ::listen(listener, 1) != 0)
+    const sockaddr_un address = addressOf(path);
+    if (::bind(m_descriptor, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0 ||
+        ::listen(m_descriptor, 1) != 0)
         fail("cannot listen under " + path);
-    waitFor(listener, POLLIN, "the service made no link in 30 s");
-    const int descriptor = ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
-    ::close(listener);
-    ::unlink(path.c_str());
+}
+
+Listener::~Listener()
+{
+    ::close(m_descriptor);
+    ::unlink(m_path.c_str());
+}
+
+int Listener::accept()
+{
+    waitFor(m_descriptor, POLLIN, "nobody made a link in 30 s");
+    const int descriptor = ::accept4(m_descriptor, nullptr, nullptr, SOCK_CLOEXEC);
     if (descriptor < 0)
         fail("accept");
+    return descriptor;
+}
+
+int acceptOne(const std::string &path)
+{
+    return Listener(path).accept();
+}
+
+int connectTo(const std::string &path)
+{
+    const sockaddr_un address = addressOf(path);
+    const int descriptor = newSocket();
+    if (::connect(descriptor, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0)
+        fail("cannot connect to " + path);
     return descriptor;
 }
 

@@ -1,7 +1,5 @@
 #include "bench/held_figure.h"
 
-#include "bench/results.h"
-
 #include <cstdio>
 
 namespace bench {
@@ -55,15 +53,21 @@ void printLine(const Result &result)
 
 } // namespace
 
-void printGoals(const Interleaved &measured, const std::vector<HeldFigure> &figures, const std::string &resultsPath,
-                long objects)
+std::vector<Result> resultsOf(const Interleaved &measured, const std::vector<HeldFigure> &figures, long objects)
+{
+    std::vector<Result> results;
+    for (const HeldFigure &figure : figures)
+        results.push_back(resultOf(measured, figure, objects));
+    return results;
+}
+
+void tellResults(const std::vector<Result> &results, const std::string &path)
 {
     std::printf("\n%-44s %-34s %6s   %s\n", "figure", "compared with", "ratio", "goal         reached");
-    for (const HeldFigure &figure : figures) {
-        const Result result = resultOf(measured, figure, objects);
+    for (const Result &result : results) {
         printLine(result);
-        if (!resultsPath.empty())
-            appendResult(resultsPath, result);
+        if (!path.empty())
+            appendResult(path, result);
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "bench/report.h"
+#include "bench/results.h"
 
 #include <optional>
 #include <string>
@@ -16,8 +17,10 @@ struct HeldFigure
     bool isRate = false;        ///< what counts is the share of the other's rate, which shall not be below the goal
 };
 
-/// Prints each figure's ratio beside its goal, and adds it to the file of results unless its path is empty.
-void printGoals(const Interleaved &measured, const std::vector<HeldFigure> &figures, const std::string &resultsPath,
-                long objects);
+[[nodiscard]] std::vector<Result> resultsOf(const Interleaved &measured, const std::vector<HeldFigure> &figures,
+                                            long objects);
+
+/// Prints each ratio beside its goal, and adds the results to the file unless its path is empty.
+void tellResults(const std::vector<Result> &results, const std::string &path);
 
 } // namespace bench

@@ -82,6 +82,14 @@ Summary Interleaved::ratio(Id subject, const std::vector<Id> &references) const
     return summarise(std::move(ratios));
 }
 
+Summary Interleaved::difference(Id subject, const std::vector<Id> &references) const
+{
+    std::vector<double> differences = m_entries[subject].rounds;
+    const std::vector<double> sums = roundSums(references);
+    std::transform(differences.begin(), differences.end(), sums.begin(), differences.begin(), std::minus<>());
+    return summarise(std::move(differences));
+}
+
 std::vector<double> Interleaved::roundSums(const std::vector<Id> &variants) const
 {
     std::vector<double> sums(m_entries[variants.front()].rounds.size());

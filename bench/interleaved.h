@@ -65,6 +65,9 @@ public:
     /// How many times as long as all `references` together the subject took, over the rounds' medians.
     [[nodiscard]] Summary ratio(Id subject, const std::vector<Id> &references) const;
 
+    /// How many nanoseconds longer, likewise.
+    [[nodiscard]] Summary difference(Id subject, const std::vector<Id> &references) const;
+
 private:
     struct Entry
     {

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "bench/answer_memory.h"
 #include "bench/bare_connection.h"
+#include "bench/checked_reading.h"
 #include "bench/interleaved.h"
 #include "bench/link.h"
 #include "bench/operator_readings.h"
@@ -30,14 +32,6 @@ public:
     [[nodiscard]] std::string sizesText() const;
 
 private:
-    struct Answered
-    {
-        qsizetype bytes = 0; ///< of the frame
-        int rows = 0;
-    };
-
-    void measureMemory(const Reading &fullTree);
-    [[nodiscard]] Answered check(const Reading &reading);
     void ask(const Reading &reading, qsizetype expectedBytes);
     void copyOut(const Reading &reading);
 
@@ -45,10 +39,7 @@ private:
     BareConnection m_database;
     std::vector<Reading> m_readings;
     std::vector<Answered> m_answered; ///< by reading
-    qint64 m_idleBytes = 0;           ///< of the service's memory, before it had answered anything large
-    qint64 m_peakBytes = 0;
-    qint64 m_laterBytes = 0;
-    qint64 m_treeBytes = 0; ///< of the reply that the peak belongs to
+    AnswerMemory m_memory;
 };
 
 } // namespace bench

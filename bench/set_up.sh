@@ -82,24 +82,29 @@ make_registry() { # database, file that fills it, option of psql ...
     query -d "$name" "$@" -f "$file"
 }
 
+# Settings of a service on that database: the file NAME.ini, the log NAME.log and the sockets NAME.admin and NAME.server.
+write_settings() { # name, database
+    cat >"$work/$1.ini" <<INI
+[Base]
+LogName=$work/$1.log
+Log=1
+AdminServerName=$work/$1.admin
+ServerName=$work/$1.server
+DbHost=$socket
+DbPort=$port
+DbName=$2
+DbUser=postgres
+INI
+}
+
 # Starts the service and lets the program measure it, which must take the options --admin and --database.
 measure() { # database, program, argument ...
     local database=$1 program=$2
     shift 2
-    cat >"$work/objects_server.ini" <<INI
-[Base]
-LogName=$work/objects_server.log
-Log=1
-AdminServerName=$work/admin
-ServerName=$work/server
-DbHost=$socket
-DbPort=$port
-DbName=$database
-DbUser=postgres
-INI
+    write_settings objects_server "$database"
     (cd -- "$work" && exec "${pinned[@]}" "${profiler[@]}" "$bin/objects_server" -settings objects_server.ini) >"$work/output" 2>&1 &
     service=$!
-    "${pinned[@]}" "$program" "$@" --admin "$work/admin" \
+    "${pinned[@]}" "$program" "$@" --admin "$work/objects_server.admin" \
         --database "host=$socket port=$port dbname=$database user=postgres" &
     measuring=$!
     if ! wait "$measuring"; then

@@ -20,8 +20,8 @@ struct AnswerMemory
     [[nodiscard]] qint64 beyondIdle() const { return peak - idle; }
 };
 
-/// Asks for the reading once. The service must not have answered anything large before: what is left of that would count
-/// as idle.
+/// Asks for the reading once. The service must not have answered anything large before: what is left of that would
+/// count as idle.
 [[nodiscard]] AnswerMemory measureMemory(Link &service, const Reading &reading);
 
 /// For a person.

@@ -2,6 +2,8 @@
 #include "bench/connector_echo.h"
 #include "bench/local_echo.h"
 
+#include "keystone/memory.h"
+
 #include <CLI/CLI.hpp>
 #include <QCoreApplication>
 
@@ -26,6 +28,11 @@ void echo(const Options &options, int argc, char *argv[])
     if (options.kind == Kind::Bare) {
         bench::echoBare(options.socket, options.pace);
         return;
+    }
+    if (options.kind == Kind::Connector) {
+        // As the service does.
+        keystone::keepFreedMemory();
+        qputenv("QT_NO_GLIB", "1");
     }
     QCoreApplication application(argc, argv);
     const QString socket = QString::fromStdString(options.socket);

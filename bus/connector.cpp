@@ -196,7 +196,7 @@ bool TConnector::reconnect(TMyLocalSocket *link, const QByteArray &greeting)
         return false;
     link->connectToServer(nameText(link), QIODevice::ReadWrite);
     if (link->waitForConnected(kWaitMs)) {
-        link->write(greeting);
+        link->send(greeting);
         return true;
     }
     link->abort();
@@ -234,8 +234,7 @@ void TConnector::watchServerName()
 void TConnector::writeTo(TMyLocalSocket *link, const QByteArray &frame, qint64 waitingLimit)
 {
     const QPointer<TMyLocalSocket> alive(link);
-    link->write(frame);
-    link->flush();
+    link->send(frame);
     if (alive && link->bytesToWrite() > waitingLimit)
         cutOffReader(link);
 }
@@ -356,17 +355,19 @@ void TConnector::DisconnectAdminConnection()
 void TConnector::SlotNewData(TMyLocalSocket *socket)
 {
     const QPointer<TMyLocalSocket> alive(socket);
-    socket->cutter.append(socket->readAll());
     QByteArray body;
     while (!m_stopping) {
         const auto result = socket->cutter.next(body);
         if (result == bus::FrameCutter::Result::TooLong)
             socket->abort();
+        if (result == bus::FrameCutter::Result::NeedMore && socket->bytesAvailable() > 0 &&
+            socket->cutter.readFrom(*socket))
+            continue;
         if (result == bus::FrameCutter::Result::NeedMore && socket->cutter.keptBytes() > 0)
             boundUnfinished();
         if (result != bus::FrameCutter::Result::FrameReady)
             return;
-        deliver(bus::decode(body), socket);
+        deliver(bus::decode(std::move(body)), socket);
         // A link that was closed meanwhile takes what it had still to say with it.
         if (!alive || socket->state() == QLocalSocket::UnconnectedState)
             return;
@@ -403,8 +404,8 @@ void TConnector::deliverData(bus::Data &frame, TMyLocalSocket *socket)
     if (frame.data.isEmpty())
         return;
     if (m_watch && m_admin->isOpen()) {
-        m_admin->write(bus::encode(bus::Action{"Watch_Arrow", QStringLiteral("%1").arg(frame.kind).toUtf8(), frame.data,
-                                               QColor(Qt::blue), kNoConnection}));
+        m_admin->send(bus::encode(bus::Action{"Watch_Arrow", QStringLiteral("%1").arg(frame.kind).toUtf8(), frame.data,
+                                              QColor(Qt::blue), kNoConnection}));
     }
     emit NewData(frame.kind, frame.data, socket);
 }

@@ -63,7 +63,8 @@ using Frame = std::variant<Greeting, Action, Command, BusMessage, Data>;
 [[nodiscard]] QByteArray encode(const Data &frame);
 
 /// Decodes a frame's type byte and body (what follows the length). Never fails: fields missing at the end read as
-/// empty, zero or an invalid colour, and no bytes at all read as an empty data frame of kind 0.
-[[nodiscard]] Frame decode(const QByteArray &body);
+/// empty, zero or an invalid colour, and no bytes at all read as an empty data frame of kind 0. A large block of data
+/// stays where it is when `body` is moved in.
+[[nodiscard]] Frame decode(QByteArray body);
 
 } // namespace bus

@@ -2,9 +2,12 @@
 
 #include <QByteArray>
 
+class QIODevice;
+
 namespace bus {
 
-/// Cuts one link's byte stream into frames. Keeps only bytes that have arrived; a declared length reserves nothing.
+/// Cuts one link's byte stream into frames. Keeps only bytes that have arrived; a declared length reserves
+/// memory only once a good part of the frame is there.
 class FrameCutter
 {
 public:
@@ -17,6 +20,11 @@ public:
     /// Adds arrived bytes, in order.
     void append(QByteArray bytes);
 
+    /// The same with bytes that `device` has at hand: all of them, or, in the middle of a frame, only those that it
+    /// lacks, which then are read to where they stay. To be called again while the device has bytes.
+    /// False when it gave none.
+    bool readFrom(QIODevice &device);
+
     /// Takes the next whole frame's type byte and body into `body` (empty for a declared length of 0 or below).
     [[nodiscard]] Result next(QByteArray &body);
 
@@ -24,6 +32,7 @@ public:
     [[nodiscard]] qsizetype keptBytes() const { return m_bytes.size() - m_taken; }
 
 private:
+    [[nodiscard]] QByteArray take(qsizetype size);
     void clear();
 
     QByteArray m_bytes;

@@ -1,9 +1,79 @@
 #include "bus/local_socket.h"
 
+#include <cerrno>
+
+#include <sys/socket.h>
+
 TMyLocalSocket::TMyLocalSocket(QObject *parent)
     : QLocalSocket(parent)
 {
     connect(this, &QLocalSocket::readyRead, this, &TMyLocalSocket::processReadyRead);
+    connect(this, &QLocalSocket::disconnected, this, &TMyLocalSocket::dropWaiting);
+}
+
+TMyLocalSocket::~TMyLocalSocket()
+{
+    // QLocalSocket says goodbye when of this only QLocalSocket is left.
+    disconnect(this, nullptr, this, nullptr);
+}
+
+// Frames go straight to the system, and wait as they are where it does not take them: QLocalSocket would copy each into
+// a buffer of its own and register with the event loop for it.
+void TMyLocalSocket::send(const QByteArray &frame)
+{
+    const qint64 sent = bytesToWrite() == 0 ? sendNow(frame) : 0;
+    if (sent < 0) {
+        // QLocalSocket meets the same error and tells of it.
+        write(frame);
+        flush();
+        return;
+    }
+    if (sent == frame.size())
+        return;
+    if (m_waiting.isEmpty())
+        m_sentOfFirst = qsizetype(sent);
+    m_waiting.append(frame);
+    m_waitingBytes += frame.size() - sent;
+    if (!m_writable) {
+        m_writable = std::make_unique<QSocketNotifier>(socketDescriptor(), QSocketNotifier::Write);
+        connect(m_writable.get(), &QSocketNotifier::activated, this, &TMyLocalSocket::sendWaiting);
+    }
+}
+
+/// How many bytes were taken; below 0 when the link is not in order.
+qint64 TMyLocalSocket::sendNow(QByteArrayView bytes)
+{
+    const ssize_t sent =
+        ::send(int(socketDescriptor()), bytes.data(), size_t(bytes.size()), MSG_DONTWAIT | MSG_NOSIGNAL);
+    return sent < 0 && (errno == EAGAIN || errno == EINTR) ? 0 : sent;
+}
+
+void TMyLocalSocket::sendWaiting()
+{
+    const qint64 sent = sendNow(QByteArrayView(m_waiting.first()).sliced(m_sentOfFirst));
+    if (sent < 0) {
+        // The peer has gone, which reading tells; nothing of this can reach it any more.
+        dropWaiting();
+        return;
+    }
+    m_sentOfFirst += qsizetype(sent);
+    m_waitingBytes -= sent;
+    if (m_sentOfFirst == m_waiting.first().size()) {
+        m_waiting.removeFirst();
+        m_sentOfFirst = 0;
+    }
+    if (m_waiting.isEmpty())
+        dropWaiting();
+}
+
+void TMyLocalSocket::dropWaiting()
+{
+    m_waiting.clear();
+    m_waitingBytes = 0;
+    if (!m_writable)
+        return;
+    m_writable->setEnabled(false);
+    m_writable.release()->deleteLater(); // it may be the one that calls
 }
 
 void TMyLocalSocket::processReadyRead()

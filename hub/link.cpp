@@ -37,7 +37,6 @@ void Link::send(const QByteArray &frame)
 
 void Link::readFrames()
 {
-    m_cutter.append(m_socket->readAll());
     const QPointer<Link> self(this);
     QByteArray body;
     while (self && m_open) {
@@ -46,6 +45,8 @@ void Link::readFrames()
             emit frameArrived(m_id, body);
             break;
         case bus::FrameCutter::Result::NeedMore:
+            if (m_socket->bytesAvailable() > 0 && m_cutter.readFrom(*m_socket))
+                break;
             return;
         case bus::FrameCutter::Result::TooLong:
             m_sentTooLongFrame = true;

@@ -5,6 +5,7 @@
 #include "bus/frame_cutter.h"
 #include "fuzz.h"
 
+#include <QBuffer>
 #include <QByteArrayList>
 
 #include <algorithm>
@@ -59,6 +60,21 @@ Cut cutPieces(const QByteArray &stream, unsigned seed)
     return cut;
 }
 
+/// From a socket on which they have arrived: all of them, whenever something lacks.
+Cut cutFromDevice(QByteArray stream)
+{
+    QBuffer device(&stream);
+    device.open(QIODevice::ReadOnly);
+    bus::FrameCutter cutter;
+    // A length first, so that what follows is read into its place.
+    cutter.append(device.read(5));
+    Cut cut;
+    do {
+        takeFrames(cutter, cut);
+    } while (cut.end == Result::NeedMore && cutter.readFrom(device));
+    return cut;
+}
+
 /// What the frame format says, read byte by byte.
 Cut cutByHand(const QByteArray &stream)
 {
@@ -89,5 +105,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const Cut expected = cutByHand(stream);
     FUZZ_CHECK(cutWhole(stream) == expected);
     FUZZ_CHECK(cutPieces(stream, seed) == expected);
+    // A frame beyond the limit ends the link there, unless it was there at once.
+    const Cut read = cutFromDevice(stream);
+    FUZZ_CHECK(read == expected || read.end == Result::TooLong);
     return 0;
 }

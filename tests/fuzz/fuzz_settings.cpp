@@ -9,7 +9,9 @@
 #include <QFile>
 #include <QHash>
 #include <QSettings>
+
 #include <QTemporaryDir>
+#include <algorithm>
 
 namespace {
 
@@ -70,6 +72,10 @@ void checkRebuilding(const QString &path)
         QSettings settings(path, QSettings::IniFormat);
         settings.setFallbacksEnabled(false);
         if (settings.status() != QSettings::NoError)
+            return;
+        // QSettings may write a key of such a form under the name of another.
+        const QStringList keys = settings.allKeys();
+        if (!std::all_of(keys.begin(), keys.end(), isUsable))
             return;
         before = textsOf(settings);
         rebuildSettingsByTemplate(settings, templateSettings());

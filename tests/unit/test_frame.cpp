@@ -101,6 +101,80 @@ private slots:
         }
     }
 
+    /// However a frame ends, its fields are what QDataStream reads.
+    void readsEveryPrefixAsAStreamDoes_data()
+    {
+        QTest::addColumn<QByteArray>("whole");
+        QTest::newRow("greeting") << bus::encode(bus::Greeting{"server"}).mid(4);
+        QTest::newRow("action") << bus::encode(bus::Action{"action", "message", "data", Qt::red, 41}).mid(4);
+        QTest::newRow("action of nothing") << bus::encode(bus::Action{}).mid(4);
+        QTest::newRow("command") << bus::encode(bus::Command{"command", "data", -2}).mid(4);
+        QTest::newRow("command without data") << bus::encode(bus::Command{"command", QByteArray(""), 3}).mid(4);
+        QTest::newRow("bus message") << bus::encode(bus::BusMessage{"iface", "data", 7}).mid(4);
+        QTest::newRow("data") << bus::encode(bus::Data{9, "data"}).mid(4);
+        QTest::newRow("more than a frame") << bus::encode(bus::Command{"command", "data", 5}).mid(4) + "rest";
+    }
+
+    void readsEveryPrefixAsAStreamDoes()
+    {
+        QFETCH(QByteArray, whole);
+        for (qsizetype size = 0; size <= whole.size(); ++size) {
+            const QByteArray body = whole.left(size);
+            keystone::ByteReader in(body);
+            quint8 type = 0;
+            in >> type;
+            const auto sameBytes = [&](const QByteArray &read) {
+                QByteArray expected;
+                in >> expected;
+                QCOMPARE(read, expected);
+                QCOMPARE(read.isNull(), expected.isNull());
+            };
+            const auto sameNumber = [&](qint32 read) {
+                qint32 expected = 0;
+                in >> expected;
+                QCOMPARE(read, expected);
+            };
+            const bus::Frame frame = bus::decode(body);
+            if (const auto *greeting = std::get_if<bus::Greeting>(&frame)) {
+                sameBytes(greeting->name);
+            } else if (const auto *action = std::get_if<bus::Action>(&frame)) {
+                sameBytes(action->action);
+                sameBytes(action->message);
+                sameBytes(action->data);
+                QColor colour;
+                in >> colour;
+                QCOMPARE(action->colour, colour);
+                sameNumber(action->idConnection);
+            } else if (const auto *command = std::get_if<bus::Command>(&frame)) {
+                sameBytes(command->name);
+                sameBytes(command->data);
+                sameNumber(command->idConnection);
+            } else if (const auto *message = std::get_if<bus::BusMessage>(&frame)) {
+                sameBytes(message->iface);
+                sameBytes(message->data);
+                sameNumber(message->idConnect);
+            } else {
+                QCOMPARE(std::get<bus::Data>(frame).kind, type);
+                sameBytes(std::get<bus::Data>(frame).data);
+            }
+        }
+    }
+
+    void leavesDataWhereTheyAre()
+    {
+        const QByteArray large(1'000'000, 'x');
+        for (QByteArray body : {bus::encode(bus::Command{"c", large, 5}).mid(4),
+                                bus::encode(bus::Action{"a", "m", large, Qt::blue, 5}).mid(4)}) {
+            const char *begin = body.constData();
+            const qsizetype size = body.size();
+            const bus::Frame frame = bus::decode(std::move(body));
+            const auto *command = std::get_if<bus::Command>(&frame);
+            const QByteArray &data = command ? command->data : std::get<bus::Action>(frame).data;
+            QCOMPARE(data, large);
+            QVERIFY(data.constData() > begin && data.constData() < begin + size);
+        }
+    }
+
     void doesNotBelieveALyingInnerLength_data()
     {
         QTest::addColumn<QByteArray>("count");

@@ -1,7 +1,10 @@
 #include "bus/frame_cutter.h"
 #include "bytes.h"
 
+#include <QIODevice>
 #include <QTest>
+
+#include <algorithm>
 
 #include <malloc.h>
 
@@ -28,6 +31,42 @@ QList<QByteArray> takeAll(FrameCutter &cutter)
     return bodies;
 }
 
+/// A socket on which at most `atATime` more bytes have arrived whenever it is looked at.
+class Trickle : public QIODevice
+{
+public:
+    Trickle(QByteArray bytes, qsizetype atATime)
+        : m_bytes(std::move(bytes))
+        , m_atATime(atATime)
+    {
+        open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+    }
+
+    bool isSequential() const override { return true; }
+    qint64 bytesAvailable() const override { return m_arrived + QIODevice::bytesAvailable(); }
+    bool arrive()
+    {
+        m_arrived = qMin(m_arrived + m_atATime, m_bytes.size());
+        return m_arrived > 0;
+    }
+
+protected:
+    qint64 readData(char *data, qint64 most) override
+    {
+        const auto size = qMin<qint64>(most, m_arrived);
+        std::copy_n(m_bytes.cbegin(), size, data);
+        m_bytes.remove(0, size);
+        m_arrived -= size;
+        return size;
+    }
+    qint64 writeData(const char *, qint64) override { return -1; }
+
+private:
+    QByteArray m_bytes;
+    qsizetype m_atATime;
+    qsizetype m_arrived = 0;
+};
+
 } // namespace
 
 class TestFrameCutter : public QObject
@@ -46,6 +85,56 @@ private slots:
             bodies += takeAll(cutter);
             QCOMPARE(bodies, QList<QByteArray>({"abcde", "xy"}));
         }
+    }
+
+    void readsFramesFromASocketHoweverTheyArrive_data()
+    {
+        QTest::addColumn<int>("atATime");
+        for (const int size : {1, 3, 4, 5, 7, 1000, 4096, 100'000, 1'000'000, 9'000'000})
+            QTest::addRow("%d", size) << size;
+    }
+
+    void readsFramesFromASocketHoweverTheyArrive()
+    {
+        QFETCH(int, atATime);
+        QList<QByteArray> expected{"abcde", "", QByteArray(3000, 'k'), "xy"};
+        if (atATime > 1000)
+            expected += {QByteArray(5'000'000, 'M'), "z", QByteArray(300'000, 'n')};
+        QByteArray bytes;
+        for (const QByteArray &body : std::as_const(expected))
+            bytes += length(int(body.size())) + body;
+        Trickle socket(bytes, atATime);
+        FrameCutter cutter;
+        QList<QByteArray> bodies;
+        QByteArray body;
+        while (socket.arrive()) {
+            for (auto result = cutter.next(body); result != Result::NeedMore || cutter.readFrom(socket);
+                 result = cutter.next(body)) {
+                if (result == Result::FrameReady)
+                    bodies.append(body);
+            }
+        }
+        QCOMPARE(bodies, expected);
+        QCOMPARE(cutter.keptBytes(), 0);
+    }
+
+    void readsInTheMiddleOfAFrameOnlyWhatItLacks()
+    {
+        Trickle socket(length(100'000) + QByteArray(100'000, 'x') + length(1) + "y", 60'000);
+        FrameCutter cutter;
+        QByteArray body;
+        for (int i = 0; i < 2; ++i) {
+            socket.arrive();
+            QVERIFY(cutter.readFrom(socket));
+            QCOMPARE(cutter.next(body), i == 0 ? Result::NeedMore : Result::FrameReady);
+        }
+        QCOMPARE(body.size(), 100'000);
+        QCOMPARE(socket.bytesAvailable(), 5);
+        QCOMPARE(cutter.keptBytes(), 0);
+        QVERIFY(cutter.readFrom(socket));
+        QCOMPARE(cutter.next(body), Result::FrameReady);
+        QCOMPARE(body, QByteArray("y"));
+        QVERIFY(!cutter.readFrom(socket));
     }
 
     void deliversFramesThatComeByteByByte()

@@ -1,0 +1,42 @@
+#include "keystone/memory.h"
+
+#include <cstddef>
+#include <cstdint>
+
+#include <malloc.h>
+#include <sys/mman.h>
+
+namespace keystone {
+
+namespace {
+
+// Larger blocks are taken from the system each time, and grow in place.
+constexpr int kLargestFromHeap = 4 * 1024 * 1024;
+constexpr int kMostKept = 256 * 1024 * 1024;
+constexpr std::uintptr_t kPage = 4096;
+constexpr std::size_t kLittle = 8 * 1024 * 1024;
+
+} // namespace
+
+void keepFreedMemory()
+{
+    mallopt(M_MMAP_THRESHOLD, kLargestFromHeap);
+    mallopt(M_TRIM_THRESHOLD, kMostKept);
+}
+
+void giveFreedMemoryBack()
+{
+    if (mallinfo2().fordblks > kLittle)
+        malloc_trim(0);
+}
+
+void preferLargePages(const void *block, std::size_t size)
+{
+    // Whole pages inside the block only: what lies beside it is not ours.
+    const auto begin = (reinterpret_cast<std::uintptr_t>(block) + kPage - 1) / kPage * kPage;
+    const auto end = (reinterpret_cast<std::uintptr_t>(block) + size) / kPage * kPage;
+    if (size >= kLargestFromHeap && end > begin)
+        ::madvise(reinterpret_cast<void *>(begin), end - begin, MADV_HUGEPAGE);
+}
+
+} // namespace keystone

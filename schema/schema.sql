@@ -91,6 +91,10 @@ CREATE TABLE "Params" (
 );
 
 -- The object tree, always rewritten whole -----------------------------------------------------------------------------
+--
+-- A save leaves as many dead rows as there are live ones, where autovacuum's defaults wait for a fifth of that, and no row
+-- is ever updated, so that room left by a fillfactor would stay empty. Hence no storage settings here, nor for
+-- "Person_Setup"; bench/rewrites tells what some would change.
 
 CREATE TABLE "Groups" (
     "Id" integer PRIMARY KEY,       -- the client numbers its groups, hence no sequence

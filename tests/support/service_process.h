@@ -53,6 +53,7 @@ public:
     /// The exit code; nothing when it does not end in time or crashed.
     [[nodiscard]] std::optional<int> exitCode(int timeoutMs = 30000);
     void kill();
+    [[nodiscard]] qint64 processId() const { return m_process.processId(); }
     [[nodiscard]] qint64 residentBytes() const;
     /// The number of file descriptors that the process holds.
     [[nodiscard]] int openDescriptors() const;

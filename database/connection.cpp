@@ -44,6 +44,7 @@ bool isStale(const PGresult *result)
 void Connection::setName(const QString &name)
 {
     m_name = name;
+    m_native = nullptr;
     m_prepared = false;
     m_wasOpen = false;
     m_queue.forgetAll();
@@ -59,9 +60,12 @@ void Connection::setStatementTimeout(std::chrono::milliseconds limit)
     m_prepared = false;
 }
 
-PGconn *Connection::native() const
+PGconn *Connection::handleOfQt() const
 {
-    const QVariant handle = qtDatabase().driver()->handle();
+    const QSqlDatabase db = qtDatabase();
+    if (!db.isOpen())
+        return nullptr;
+    const QVariant handle = db.driver()->handle();
     // The type that libpq calls PGconn, under its own name.
     if (qstrcmp(handle.typeName(), "pg_conn*") != 0)
         return nullptr;
@@ -70,14 +74,11 @@ PGconn *Connection::native() const
 
 bool Connection::isAlive() const
 {
-    if (!qtDatabase().isOpen())
-        return false;
-    const PGconn *connection = native();
-    if (!connection || PQstatus(connection) != CONNECTION_OK)
+    if (!m_native || PQstatus(m_native) != CONNECTION_OK)
         return false;
     // A server that has gone has closed its end, or is about to and has said so: libpq learns it only from a statement
     // that fails. Between commands it has nothing else to say.
-    pollfd socket{PQsocket(connection), POLLIN | POLLRDHUP, 0};
+    pollfd socket{PQsocket(m_native), POLLIN | POLLRDHUP, 0};
     return poll(&socket, 1, 0) == 0;
 }
 
@@ -85,6 +86,7 @@ bool Connection::ready()
 {
     if (!m_checked) {
         m_checked = true;
+        m_native = handleOfQt();
         if (!isAlive()) {
             if (std::exchange(m_wasOpen, false) && m_onLost)
                 m_onLost();
@@ -93,7 +95,7 @@ bool Connection::ready()
         if (!m_prepared)
             prepareSession();
     }
-    return qtDatabase().isOpen();
+    return m_native != nullptr;
 }
 
 void Connection::beginCommand()
@@ -106,12 +108,12 @@ void Connection::prepareSession()
 {
     m_prepared = true;
     m_wasOpen = true;
-    m_backend = PQbackendPID(native());
+    m_backend = PQbackendPID(m_native);
     m_queue.forgetAll();
-    PQsetnonblocking(native(), 1);
+    PQsetnonblocking(m_native, 1);
     // Notices are for people at a terminal; a client's text could fill any log with them.
     PQsetNoticeProcessor(
-        native(), [](void *, const char *) {}, nullptr);
+        m_native, [](void *, const char *) {}, nullptr);
     if (m_statementTimeout.count() > 0)
         PQclear(run("SET statement_timeout = " + QByteArray::number(qint64(m_statementTimeout.count()))));
     if (const int abandoned = std::exchange(m_abandonedBackend, 0); abandoned != 0)
@@ -121,7 +123,7 @@ void Connection::prepareSession()
 void Connection::resetSession()
 {
     settle();
-    if (!qtDatabase().isOpen() || PQstatus(native()) != CONNECTION_OK)
+    if (!m_native || PQstatus(m_native) != CONNECTION_OK)
         return;
     PGresult *reset = run("DISCARD ALL");
     const bool clean = PQresultStatus(reset) == PGRES_COMMAND_OK;
@@ -135,6 +137,7 @@ void Connection::resetSession()
 
 bool Connection::openAnew()
 {
+    m_native = nullptr;
     qtDatabase().close();
     return open();
 }
@@ -144,6 +147,7 @@ bool Connection::open()
     QSqlDatabase db = qtDatabase();
     if (!db.isValid() || !m_nextAttempt.hasExpired())
         return false;
+    m_native = nullptr;
     db.close();
     QElapsedTimer taken;
     taken.start();
@@ -157,6 +161,7 @@ bool Connection::open()
         return false;
     }
     m_outageTold = false;
+    m_native = handleOfQt();
     prepareSession();
     if (m_onOpened)
         m_onOpened();
@@ -201,12 +206,12 @@ bool Connection::send(Add add, const QByteArray &text, const QList<Value> &value
         fail(notOpenError());
         return false;
     }
-    if ((m_queue.*add)(native(), text, values))
+    if ((m_queue.*add)(m_native, text, values))
         return true;
-    const QString reason = QString::fromUtf8(PQerrorMessage(native()));
+    const QString reason = QString::fromUtf8(PQerrorMessage(m_native));
     settle();
     // A session that took a statement by half can take no other. One that is lost stays so until the next command.
-    if (PQstatus(native()) == CONNECTION_OK)
+    if (PQstatus(m_native) == CONNECTION_OK)
         openAnew();
     fail(statementError(reason));
     return false;
@@ -215,10 +220,10 @@ bool Connection::send(Add add, const QByteArray &text, const QList<Value> &value
 /// The outcome of the statement sent last; those before it have then been told of.
 PGresult *Connection::takeAllButLast()
 {
-    PGresult *outcome = m_queue.takeOldest(native(), m_statementTimeout);
+    PGresult *outcome = m_queue.takeOldest(m_native, m_statementTimeout);
     while (!m_queue.isEmpty()) {
         take(outcome);
-        outcome = m_queue.takeOldest(native(), m_statementTimeout);
+        outcome = m_queue.takeOldest(m_native, m_statementTimeout);
     }
     return leavePipeline(outcome);
 }
@@ -226,7 +231,7 @@ PGresult *Connection::takeAllButLast()
 /// Once the queue is empty: what does not go through it takes no pipeline.
 PGresult *Connection::leavePipeline(PGresult *outcome)
 {
-    PQexitPipelineMode(native());
+    PQexitPipelineMode(m_native);
     noteAbandoned();
     return outcome;
 }
@@ -242,7 +247,7 @@ bool Connection::forEachRow(const QString &text, const std::function<void(const 
     if (!send(&StatementQueue::addOnce, text.toUtf8(), {}))
         return false;
     const auto takeResult = [&](PGresult *row) { takeRow(Result(row)); };
-    return take(leavePipeline(m_queue.takeOldestByRows(native(), m_statementTimeout, takeResult))).ok();
+    return take(leavePipeline(m_queue.takeOldestByRows(m_native, m_statementTimeout, takeResult))).ok();
 }
 
 Result Connection::script(const QString &text)
@@ -253,7 +258,7 @@ Result Connection::script(const QString &text)
     if (!ready())
         return fail(notOpenError());
     PGresult *result = run(text.toUtf8());
-    if (PQstatus(native()) != CONNECTION_OK || PQtransactionStatus(native()) == PQTRANS_IDLE)
+    if (PQstatus(m_native) != CONNECTION_OK || PQtransactionStatus(m_native) == PQTRANS_IDLE)
         return take(result);
     const QString reason = QString::fromUtf8(PQresultErrorMessage(result));
     PQclear(result);
@@ -273,8 +278,8 @@ Result Connection::foreignScript(const QString &text)
 PGresult *Connection::run(const QByteArray &text)
 {
     PGresult *result = nullptr;
-    if (PQsendQuery(native(), text.constData()) == 1)
-        result = lastResult(native(), m_statementTimeout);
+    if (PQsendQuery(m_native, text.constData()) == 1)
+        result = lastResult(m_native, m_statementTimeout);
     noteAbandoned();
     return result;
 }
@@ -282,7 +287,7 @@ PGresult *Connection::run(const QByteArray &text)
 /// A session that was given up may still be at work, holding locks.
 void Connection::noteAbandoned()
 {
-    if (m_statementTimeout.count() > 0 && PQstatus(native()) != CONNECTION_OK)
+    if (m_statementTimeout.count() > 0 && PQstatus(m_native) != CONNECTION_OK)
         m_abandonedBackend = m_backend;
 }
 
@@ -295,7 +300,7 @@ Result Connection::take(PGresult *taken)
         return result;
     }
     // Out of memory or a lost connection may leave no result to ask.
-    const char *message = taken ? PQresultErrorMessage(taken) : PQerrorMessage(native());
+    const char *message = taken ? PQresultErrorMessage(taken) : PQerrorMessage(m_native);
     const char *code = taken ? PQresultErrorField(taken, PG_DIAG_SQLSTATE) : nullptr;
     return fail(statementError(QString::fromUtf8(message), QString::fromLatin1(code)));
 }

@@ -91,7 +91,7 @@ public:
     [[nodiscard]] const QSqlError &lastError() const { return m_error; }
 
 private:
-    [[nodiscard]] PGconn *native() const;
+    [[nodiscard]] PGconn *handleOfQt() const;
     [[nodiscard]] bool isAlive() const;
     bool open();
     bool openAnew();
@@ -107,6 +107,7 @@ private:
     Result fail(const QSqlError &error);
 
     QString m_name;
+    PGconn *m_native = nullptr; ///< while QtSql's connection is open; looked up once a command
     QSqlError m_error;
     QSqlError m_openError;
     std::chrono::milliseconds m_statementTimeout{0};

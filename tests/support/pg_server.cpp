@@ -103,6 +103,15 @@ QByteArray firstLine(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readLine().trimmed() : QByteArray();
 }
 
+/// The files of a standby, for a server in `folder` that does not run yet.
+void copyServer(const PgServer &primary, const QString &folder)
+{
+    runProgram("pg_basebackup", {"-h", primary.socketFolder(), "-p", QString::number(primary.port()), "-U", "postgres",
+                                 "-D", folder + "/data", "-R", "-c", "fast"});
+    if (::geteuid() == 0)
+        runProgram("chown", {"-R", "--reference=" + primary.dataFolder(), folder});
+}
+
 QSqlQuery runOn(const QSqlDatabase &database, const QString &statement)
 {
     QSqlQuery query(database);
@@ -156,15 +165,19 @@ std::unique_ptr<PgServer> PgServer::own(const QStringList &settings)
 std::unique_ptr<PgServer> PgServer::standbyOf(const PgServer &primary)
 {
     const QString folder = newFolder();
-    const QString data = folder + "/data";
     QFile mark(folder + "/.private_cluster"); // what makes a folder one of the script's
     if (!mark.open(QIODevice::WriteOnly))
         giveUp("cannot write " + mark.fileName());
-    runProgram("pg_basebackup", {"-h", primary.socketFolder(), "-p", QString::number(primary.port()), "-U", "postgres",
-                                 "-D", data, "-R", "-c", "fast"});
-    if (::geteuid() == 0)
-        runProgram("chown", {"-R", "--reference=" + primary.dataFolder(), folder});
+    copyServer(primary, folder);
     return std::unique_ptr<PgServer>(new PgServer(folder, true, primary.m_settings));
+}
+
+void PgServer::becomeStandbyOf(const PgServer &primary)
+{
+    if (!QDir(dataFolder()).removeRecursively())
+        giveUp("cannot remove " + dataFolder());
+    copyServer(primary, m_folder);
+    start();
 }
 
 void PgServer::beginRun(const QString &file)
@@ -199,17 +212,29 @@ void PgServer::stop(const QString &mode)
     cluster({"stop", m_folder, mode});
 }
 
-void PgServer::kill() const
+QByteArrayList PgServer::stopProcess() const
 {
     const QByteArray server = firstLine(dataFolder() + "/postmaster.pid");
     const int number = server.toInt();
     if (workingFolder(server) != QFileInfo(dataFolder()).canonicalFilePath() || ::kill(number, SIGSTOP) != 0)
-        return; // it has ended by itself
+        return {};
     // Stopped as it is it starts no further process.
     const QByteArray children = firstLine(QString::fromLatin1("/proc/" + server + "/task/" + server + "/children"));
     QByteArrayList processes = children.simplified().split(' ');
     processes.prepend(server);
     processes.removeAll(QByteArray());
+    return processes;
+}
+
+void PgServer::freeze() const
+{
+    for (const QByteArray &process : stopProcess())
+        ::kill(process.toInt(), SIGSTOP);
+}
+
+void PgServer::kill() const
+{
+    const QByteArrayList processes = stopProcess();
     for (const QByteArray &process : processes)
         ::kill(process.toInt(), SIGKILL);
     const auto isGone = [](const QByteArray &process) { return workingFolder(process).isEmpty(); };
@@ -263,7 +288,7 @@ std::unique_ptr<TestDatabase> PgServer::cloneDatabase()
 }
 
 TestDatabase::TestDatabase(PgServer &server, const QString &name)
-    : m_server(server)
+    : m_server(&server)
     , m_name(name)
     , m_connection("test " + name)
 {}
@@ -271,26 +296,26 @@ TestDatabase::TestDatabase(PgServer &server, const QString &name)
 TestDatabase::~TestDatabase()
 {
     disconnect();
-    m_server.administer(QStringLiteral("DROP DATABASE %1 WITH (FORCE)").arg(m_name));
+    m_server->administer(QStringLiteral("DROP DATABASE %1 WITH (FORCE)").arg(m_name));
 }
 
 QByteArray TestDatabase::settings() const
 {
     return QStringLiteral("DbHost=%1\nDbPort=%2\nDbName=%3\nDbUser=objects_service\n")
-        .arg(m_server.socketFolder())
-        .arg(m_server.port())
+        .arg(m_server->socketFolder())
+        .arg(m_server->port())
         .arg(m_name)
         .toUtf8();
 }
 
 void TestDatabase::run(const QString &statement)
 {
-    runOn(openDatabase(m_connection, m_server.socketFolder(), m_server.port(), m_name), statement);
+    runOn(openDatabase(m_connection, m_server->socketFolder(), m_server->port(), m_name), statement);
 }
 
 QVariant TestDatabase::value(const QString &query)
 {
-    QSqlQuery result = runOn(openDatabase(m_connection, m_server.socketFolder(), m_server.port(), m_name), query);
+    QSqlQuery result = runOn(openDatabase(m_connection, m_server->socketFolder(), m_server->port(), m_name), query);
     return result.next() ? result.value(0) : QVariant();
 }
 
@@ -298,7 +323,7 @@ QStringList TestDatabase::rows(const QString &query)
 {
     // row_to_json would quote; this keeps NULL apart from the empty text.
     QSqlQuery result =
-        runOn(openDatabase(m_connection, m_server.socketFolder(), m_server.port(), m_name),
+        runOn(openDatabase(m_connection, m_server->socketFolder(), m_server->port(), m_name),
               QStringLiteral(
                   "SELECT array_to_string(ARRAY(SELECT value FROM json_each_text(row_to_json(found))), '|', 'NULL') "
                   "FROM (%1) AS found")
@@ -313,6 +338,12 @@ void TestDatabase::disconnect()
 {
     if (QSqlDatabase::contains(m_connection))
         QSqlDatabase::removeDatabase(m_connection);
+}
+
+void TestDatabase::moveTo(PgServer &server)
+{
+    disconnect();
+    m_server = &server;
 }
 
 } // namespace support

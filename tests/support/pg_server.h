@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QByteArrayList>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
@@ -24,6 +25,8 @@ public:
     [[nodiscard]] static std::unique_ptr<PgServer> own(const QStringList &settings = {});
     /// A running copy of `primary` that follows it and takes no changes.
     [[nodiscard]] static std::unique_ptr<PgServer> standbyOf(const PgServer &primary);
+    /// Becomes such a copy itself, in its own place and without what it held; it must not run.
+    void becomeStandbyOf(const PgServer &primary);
     /// Makes the cluster of a test run and notes its place in `file`; an older one noted there goes first.
     static void beginRun(const QString &file);
     static void endRun(const QString &file);
@@ -49,10 +52,15 @@ public:
     /// Kills the server and every process of it at once, where it runs; returns when they have gone. Any thread may
     /// call it.
     void kill() const;
+    /// Halts all of its processes where they are, as a host that has gone silent. Any thread may call it; only kill()
+    /// may follow.
+    void freeze() const;
 
 private:
     explicit PgServer(const QString &folder, bool owned, const QStringList &settings = {});
     void prepareTemplate();
+    /// Stops the server's own process where it runs; all its processes, that one first.
+    [[nodiscard]] QByteArrayList stopProcess() const;
     /// Runs a file of SQL in the template database.
     void runScript(const QString &role, const QString &path);
 
@@ -82,9 +90,11 @@ public:
     [[nodiscard]] QStringList rows(const QString &query);
     /// Ends the connection of this object, so that a database or server may go; the next statement makes a new one.
     void disconnect();
+    /// From now on this is the database of the same name on `server`, which has taken over.
+    void moveTo(PgServer &server);
 
 private:
-    PgServer &m_server;
+    PgServer *m_server;
     QString m_name;
     QString m_connection;
 };

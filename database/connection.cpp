@@ -72,6 +72,11 @@ PGconn *Connection::handleOfQt() const
     return *static_cast<PGconn *const *>(handle.constData());
 }
 
+Connection::Backend Connection::backend() const
+{
+    return {QByteArray(PQhost(m_native)) + ':' + PQport(m_native), PQbackendPID(m_native)};
+}
+
 bool Connection::isAlive() const
 {
     if (!m_native || PQstatus(m_native) != CONNECTION_OK)
@@ -108,7 +113,7 @@ void Connection::prepareSession()
 {
     m_prepared = true;
     m_wasOpen = true;
-    m_backend = PQbackendPID(m_native);
+    m_backend = backend();
     m_queue.forgetAll();
     PQsetnonblocking(m_native, 1);
     // Notices are for people at a terminal; a client's text could fill any log with them.
@@ -116,8 +121,9 @@ void Connection::prepareSession()
         m_native, [](void *, const char *) {}, nullptr);
     if (m_statementTimeout.count() > 0)
         PQclear(run("SET statement_timeout = " + QByteArray::number(qint64(m_statementTimeout.count()))));
-    if (const int abandoned = std::exchange(m_abandonedBackend, 0); abandoned != 0)
-        PQclear(run("SELECT pg_terminate_backend(" + QByteArray::number(abandoned) + ')'));
+    const Backend abandoned = std::exchange(m_abandonedBackend, {});
+    if (abandoned.process != 0 && abandoned.server == m_backend.server)
+        PQclear(run("SELECT pg_terminate_backend(" + QByteArray::number(abandoned.process) + ')'));
 }
 
 void Connection::resetSession()

@@ -91,7 +91,16 @@ public:
     [[nodiscard]] const QSqlError &lastError() const { return m_error; }
 
 private:
+    /// A process of the database server, with the server as the connection names it: of several hosts each has numbers
+    /// of its own.
+    struct Backend
+    {
+        QByteArray server;
+        int process = 0; ///< 0: none
+    };
+
     [[nodiscard]] PGconn *handleOfQt() const;
+    [[nodiscard]] Backend backend() const;
     [[nodiscard]] bool isAlive() const;
     bool open();
     bool openAnew();
@@ -113,8 +122,8 @@ private:
     std::chrono::milliseconds m_statementTimeout{0};
     StatementQueue m_queue;
     bool m_prepared = false;    ///< the session has our settings
-    int m_backend = 0;          ///< server process of the session
-    int m_abandonedBackend = 0; ///< process of a server session that was given up at work; 0: none
+    Backend m_backend;          ///< of the session
+    Backend m_abandonedBackend; ///< of a session that was given up at work
     bool m_wasOpen = false;     ///< and its loss has not been told
     bool m_checked = false;
     bool m_outageTold = false;

@@ -242,6 +242,12 @@ void PgServer::kill() const
         giveUp("the killed server in " + m_folder + " does not end");
 }
 
+QByteArray PgServer::said() const
+{
+    QFile log(m_folder + "/server.log");
+    return log.open(QIODevice::ReadOnly) ? log.readAll() : QByteArray();
+}
+
 void PgServer::administer(const QString &statement)
 {
     const QString connection = "administer";

@@ -40,6 +40,8 @@ public:
     /// The port, both of the Unix socket and on 127.0.0.1, where passwords are asked for.
     [[nodiscard]] int port() const { return m_port; }
     [[nodiscard]] static QByteArray rolePassword() { return "p;w"; }
+    /// The server's own log.
+    [[nodiscard]] QByteArray said() const;
 
     /// A new database of the role "objects" holding the empty schema.
     [[nodiscard]] std::unique_ptr<TestDatabase> cloneDatabase();

@@ -119,6 +119,9 @@ void Connection::prepareSession()
     // Notices are for people at a terminal; a client's text could fill any log with them.
     PQsetNoticeProcessor(
         m_native, [](void *, const char *) {}, nullptr);
+    // A reset session has the encoding that it was opened with, unless a pooler stands between: then the database's.
+    if (qstrcmp(PQparameterStatus(m_native, "client_encoding"), "UTF8") != 0)
+        PQclear(run("SET client_encoding = 'UTF8'"));
     if (m_statementTimeout.count() > 0)
         PQclear(run("SET statement_timeout = " + QByteArray::number(qint64(m_statementTimeout.count()))));
     const Backend abandoned = std::exchange(m_abandonedBackend, {});

@@ -260,6 +260,15 @@ private slots:
         QCOMPARE(rows.integer(1, 0), 3);
     }
 
+    /// As behind a pooler, which knows of no encoding that a session was opened with.
+    void readsTextsAfterAResetWhateverTheDatabaseSets()
+    {
+        m_database->run(QStringLiteral("ALTER DATABASE %1 SET client_encoding = 'KOI8R'").arg(m_database->name()));
+        (void)m_connection.foreignScript("select 1");
+        // Made by the server: a text of ours would come back by the way that it went.
+        QCOMPARE(m_connection.queryOnce("select chr(1102)").text(0, 0), QStringLiteral("ю"));
+    }
+
     void boundsAStatement_data()
     {
         QTest::addColumn<QString>("text");

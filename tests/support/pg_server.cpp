@@ -263,6 +263,8 @@ void PgServer::prepareTemplate()
     // All that reads by an index in production shall do so in tests, and no plan shall depend on the machine.
     administer(QStringLiteral("ALTER DATABASE %1 SET jit = off").arg(kTemplate));
     runScript("objects", QStringLiteral(SCHEMA_PATH));
+    if (const QString more = qEnvironmentVariable("REGISTRY_SCHEMA_MORE"); !more.isEmpty())
+        runScript("objects", more);
     administer(
         QStringLiteral("CREATE ROLE objects_service LOGIN PASSWORD '%1'").arg(QString::fromLatin1(rolePassword())));
     runScript("postgres", QStringLiteral(ROLES_PATH));
@@ -307,11 +309,10 @@ TestDatabase::~TestDatabase()
 
 QByteArray TestDatabase::settings() const
 {
-    return QStringLiteral("DbHost=%1\nDbPort=%2\nDbName=%3\nDbUser=objects_service\n")
-        .arg(m_server->socketFolder())
-        .arg(m_server->port())
-        .arg(m_name)
-        .toUtf8();
+    const QString pooler = qEnvironmentVariable("REGISTRY_POOLER");
+    const QString host = pooler.isEmpty() ? m_server->socketFolder() : pooler.section(':', 0, 0);
+    const QString port = pooler.isEmpty() ? QString::number(m_server->port()) : pooler.section(':', 1);
+    return QStringLiteral("DbHost=%1\nDbPort=%2\nDbName=%3\nDbUser=objects_service\n").arg(host, port, m_name).toUtf8();
 }
 
 void TestDatabase::run(const QString &statement)

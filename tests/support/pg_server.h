@@ -14,7 +14,8 @@ class TestDatabase;
 
 /// A throw-away PostgreSQL cluster. The role "objects" (may log in and create databases) owns a template database that
 /// holds the schema of a fresh installation; "objects_service" is the role of roles.sql, with which services run. The
-/// password of both is rolePassword().
+/// password of both is rolePassword(). Where the environment variable REGISTRY_SCHEMA_MORE names a file of SQL, the
+/// template has been through that, too.
 class PgServer
 {
 public:
@@ -81,7 +82,8 @@ public:
     Q_DISABLE_COPY_MOVE(TestDatabase)
 
     [[nodiscard]] QString name() const { return m_name; }
-    /// The Db lines of a settings file: the Unix socket, role "objects_service".
+    /// The Db lines of a settings file: the Unix socket, role "objects_service". Where the environment variable
+    /// REGISTRY_POOLER names one ("<folder of its socket>:<port>"), the services of a test go through that.
     [[nodiscard]] QByteArray settings() const;
 
     /// Fails the process's run loudly when the statement fails: a test's own statements are never wrong on purpose.

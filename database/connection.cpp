@@ -93,8 +93,7 @@ bool Connection::ready()
         m_checked = true;
         m_native = handleOfQt();
         if (!isAlive()) {
-            if (std::exchange(m_wasOpen, false) && m_onLost)
-                m_onLost();
+            tellLost();
             return open();
         }
         if (!m_prepared)
@@ -144,8 +143,16 @@ void Connection::resetSession()
     openAnew();
 }
 
+void Connection::tellLost()
+{
+    if (std::exchange(m_wasOpen, false) && m_onLost)
+        m_onLost();
+}
+
 bool Connection::openAnew()
 {
+    if (PQstatus(m_native) != CONNECTION_OK)
+        tellLost();
     m_native = nullptr;
     qtDatabase().close();
     return open();

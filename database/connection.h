@@ -104,6 +104,7 @@ private:
     [[nodiscard]] bool isAlive() const;
     bool open();
     bool openAnew();
+    void tellLost();
     void prepareSession();
     using Add = bool (StatementQueue::*)(PGconn *, const QByteArray &, const QList<Value> &);
     bool send(Add add, const QByteArray &text, const QList<Value> &values);

@@ -59,6 +59,7 @@ private slots:
     void otherCommandsChangesAreStoredAfterAnOpenTransaction();
     void locksAreGivenBack_data();
     void locksAreGivenBack();
+    void sessionThatEndsWhileItIsResetIsTold();
     void leavesNoConnectionsAndDescriptorsBehind();
     void defaultsOfTheDatabaseDoNotTakeOver_data();
     void defaultsOfTheDatabaseDoNotTakeOver();
@@ -379,6 +380,23 @@ void TestClientSql::locksAreGivenBack()
                        .toInt() == 0;
         },
         5000));
+}
+
+void TestClientSql::sessionThatEndsWhileItIsResetIsTold()
+{
+    // So many temporary tables that dropping them takes a while, in which the session is ended.
+    const QByteArray manyTables = byQuery("DO $$ BEGIN FOR i IN 1..2000 LOOP EXECUTE 'CREATE TEMP TABLE t' || i || "
+                                          "' (n integer)'; END LOOP; END $$; SELECT 17");
+    const QString end = QStringLiteral("SELECT count(pg_terminate_backend(pid)) FROM pg_stat_activity WHERE datname = "
+                                       "current_database() AND query = 'DISCARD ALL' AND state = 'active'");
+    const QString lost = QStringLiteral("Database connection lost");
+    const int before = m_site.service.logCount(lost);
+    m_admin.send(manyTables);
+    QVERIFY(support::ServiceProcess::waitUntil([&] { return m_site.database->value(end).toInt() == 1; }));
+    SAYS(m_admin, queried({17}));
+    m_admin.send(byQuery("SELECT 18"));
+    SAYS(m_admin, queried({18}));
+    QCOMPARE(m_site.service.logCount(lost), before + 1);
 }
 
 void TestClientSql::leavesNoConnectionsAndDescriptorsBehind()

@@ -163,16 +163,18 @@ private slots:
     void leavesDataWhereTheyAre()
     {
         const QByteArray large(1'000'000, 'x');
-        for (QByteArray body : {bus::encode(bus::Command{"c", large, 5}).mid(4),
-                                bus::encode(bus::Action{"a", "m", large, Qt::blue, 5}).mid(4)}) {
+        const auto staysInside = [&](QByteArray frame) {
+            QByteArray body = frame.mid(4);
+            frame.clear();
             const char *begin = body.constData();
             const qsizetype size = body.size();
-            const bus::Frame frame = bus::decode(std::move(body));
-            const auto *command = std::get_if<bus::Command>(&frame);
-            const QByteArray &data = command ? command->data : std::get<bus::Action>(frame).data;
-            QCOMPARE(data, large);
-            QVERIFY(data.constData() > begin && data.constData() < begin + size);
-        }
+            const bus::Frame decoded = bus::decode(std::move(body));
+            const auto *command = std::get_if<bus::Command>(&decoded);
+            const QByteArray &data = command ? command->data : std::get<bus::Action>(decoded).data;
+            return data == large && data.constData() > begin && data.constData() < begin + size;
+        };
+        QVERIFY(staysInside(bus::encode(bus::Command{"c", large, 5})));
+        QVERIFY(staysInside(bus::encode(bus::Action{"a", "m", large, Qt::blue, 5})));
     }
 
     void doesNotBelieveALyingInnerLength_data()

@@ -218,7 +218,13 @@ QByteArrayList PgServer::stopProcess() const
     const int number = server.toInt();
     if (workingFolder(server) != QFileInfo(dataFolder()).canonicalFilePath() || ::kill(number, SIGSTOP) != 0)
         return {};
-    // Stopped as it is it starts no further process.
+    // The signal takes its time; stopped, the server starts no further process.
+    const auto isStopped = [&] {
+        const QByteArray state = firstLine(QString::fromLatin1("/proc/" + server + "/stat"));
+        return state.mid(state.lastIndexOf(')') + 2).startsWith('T');
+    };
+    if (!ServiceProcess::waitUntil(isStopped))
+        return {};
     const QByteArray children = firstLine(QString::fromLatin1("/proc/" + server + "/task/" + server + "/children"));
     QByteArrayList processes = children.simplified().split(' ');
     processes.prepend(server);

@@ -2,6 +2,8 @@
 
 #include "registry_reader.h"
 
+#include <QRegularExpression>
+
 namespace soak {
 
 using support::ServiceProcess;
@@ -12,13 +14,15 @@ constexpr int kFewestSteps = 50;
 constexpr int kMoreSteps = 800;
 constexpr int kStepsPerDrain = 50;
 
-/// QtSql warns by itself of a server that goes in the moment in which it is connected to. The service opens the
-/// connection anew then, as it must.
+/// Until the service has the connection, QtSql warns of a server that goes meanwhile and libpq prints what the server
+/// says. Both go to standard error, where else nothing may stand.
 QString withoutWordsOfTheDriver(const QByteArray &standardError)
 {
+    static const QRegularExpression word(
+        "^(This version of PostgreSQL is not supported and may not work\\.|no connection to the server|"
+        "(WARNING|DETAIL|HINT):  .*)$");
     QStringList lines = QString::fromUtf8(standardError).split(u'\n', Qt::SkipEmptyParts);
-    lines.removeAll(QStringLiteral("This version of PostgreSQL is not supported and may not work."));
-    lines.removeAll(QStringLiteral("no connection to the server"));
+    lines.removeIf([](const QString &line) { return word.match(line).hasMatch(); });
     return lines.join(u'\n');
 }
 

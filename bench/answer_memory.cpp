@@ -4,26 +4,31 @@
 #include "bench/process_memory.h"
 
 #include <cstdio>
+#include <stdexcept>
 
 namespace bench {
 
 namespace {
 
+constexpr const char *kTree = "Get_full_objects_tree";
 constexpr double kMegabyte = 1e6;
 
 } // namespace
 
-AnswerMemory measureMemory(Link &service, const Reading &reading)
+AnswerMemory measureTreeMemory(Link &service, int caller)
 {
     AnswerMemory measured;
-    const QByteArray about = commandFrame(reading.caller, "About");
+    const QByteArray about = commandFrame(caller, "About");
     const ProcessMemory memory(service.peer());
     service.send(about);
     (void)service.receive();
     memory.forgetPeak();
     measured.idle = memory.resident();
-    service.send(reading.request);
-    measured.answer = service.receive().size();
+    service.send(commandFrame(caller, kTree));
+    const QByteArray &answer = service.receive();
+    measured.answer = answer.size();
+    if (answerIn(answer, caller).action != kTree)
+        throw std::runtime_error("the service did not answer with the tree");
     // Its answer comes when the service is done with the reading.
     service.send(about);
     (void)service.receive();

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "bench/link.h"
-#include "bench/operator_readings.h"
 
 #include <QtGlobal>
 
@@ -20,9 +19,9 @@ struct AnswerMemory
     [[nodiscard]] qint64 beyondIdle() const { return peak - idle; }
 };
 
-/// Asks for the reading once. The service must not have answered anything large before: what is left of that would
-/// count as idle.
-[[nodiscard]] AnswerMemory measureMemory(Link &service, const Reading &reading);
+/// Lets `caller` ask once for the full tree of objects. The service must not have answered anything large before: what
+/// is left of that would count as idle.
+[[nodiscard]] AnswerMemory measureTreeMemory(Link &service, int caller);
 
 /// For a person.
 [[nodiscard]] std::string memoryText(const AnswerMemory &memory);

@@ -1,33 +1,18 @@
 #include "bench/bare_connection.h"
 
-#include <QVarLengthArray>
+#include "database/bound_values.h"
 
 #include <stdexcept>
 
+#include <poll.h>
+
 namespace bench {
+
+using database::BoundValues;
 
 namespace {
 
 constexpr int kBinary = 1;
-
-/// Values in libpq's form. They must outlive this.
-struct Parameters
-{
-    explicit Parameters(const QList<database::Value> &values)
-    {
-        for (const database::Value &value : values) {
-            data.append(value.data());
-            sizes.append(value.size());
-            formats.append(value.isBinary() ? 1 : 0);
-        }
-    }
-
-    [[nodiscard]] int count() const { return static_cast<int>(data.size()); }
-
-    QVarLengthArray<const char *, 16> data;
-    QVarLengthArray<int, 16> sizes;
-    QVarLengthArray<int, 16> formats;
-};
 
 } // namespace
 
@@ -46,28 +31,74 @@ BareConnection::~BareConnection()
     PQfinish(m_connection);
 }
 
-Rows BareConnection::text(const QByteArray &statement)
+Rows BareConnection::text(const QByteArray &statements)
 {
-    return checked(PQexec(m_connection, statement.constData()));
+    return checked(PQexec(m_connection, statements.constData()));
 }
 
-Rows BareConnection::binary(const QByteArray &statement, const QList<database::Value> &values)
+Rows BareConnection::binary(const Statement &statement)
 {
-    const Parameters given(values);
-    return checked(PQexecParams(m_connection, statement.constData(), given.count(), nullptr, given.data.constData(),
-                                given.sizes.constData(), given.formats.constData(), kBinary));
+    const BoundValues given(statement.values);
+    return checked(PQexecParams(m_connection, statement.text.constData(), given.count(), given.types(), given.data(),
+                                given.sizes(), given.formats(), kBinary));
 }
 
-Rows BareConnection::prepared(const QByteArray &statement, const QList<database::Value> &values)
+void BareConnection::prepare(const Statement &statement)
 {
-    const Parameters given(values);
-    QByteArray &name = m_prepared[statement];
+    (void)nameOf(statement);
+}
+
+Rows BareConnection::prepared(const Statement &statement)
+{
+    const char *name = nameOf(statement);
+    const BoundValues given(statement.values);
+    return checked(
+        PQexecPrepared(m_connection, name, given.count(), given.data(), given.sizes(), given.formats(), kBinary));
+}
+
+const char *BareConnection::nameOf(const Statement &statement)
+{
+    QByteArray &name = m_prepared[statement.text];
     if (name.isEmpty()) {
+        const BoundValues given(statement.values);
         name = "statement_" + QByteArray::number(m_prepared.size());
-        (void)checked(PQprepare(m_connection, name.constData(), statement.constData(), given.count(), nullptr));
+        (void)checked(
+            PQprepare(m_connection, name.constData(), statement.text.constData(), given.count(), given.types()));
     }
-    return checked(PQexecPrepared(m_connection, name.constData(), given.count(), given.data.constData(),
-                                  given.sizes.constData(), given.formats.constData(), kBinary));
+    return name.constData();
+}
+
+void BareConnection::pipelined(const std::vector<Statement> &statements)
+{
+    PQsetnonblocking(m_connection, 1);
+    PQenterPipelineMode(m_connection);
+    for (const Statement &statement : statements) {
+        const BoundValues given(statement.values);
+        if (PQsendQueryPrepared(m_connection, nameOf(statement), given.count(), given.data(), given.sizes(),
+                                given.formats(), kBinary) == 0 ||
+            PQpipelineSync(m_connection) == 0)
+            throw std::runtime_error(PQerrorMessage(m_connection));
+    }
+    flush();
+    // Of each statement: its result, the null that ends it, the sync.
+    for (std::size_t i = 0; i < statements.size(); ++i) {
+        (void)checked(PQgetResult(m_connection));
+        PQclear(PQgetResult(m_connection));
+        PQclear(PQgetResult(m_connection));
+    }
+    PQexitPipelineMode(m_connection);
+    PQsetnonblocking(m_connection, 0);
+}
+
+/// Reads while it sends: the server may be waiting for that.
+void BareConnection::flush()
+{
+    constexpr int kForever = -1;
+    while (PQflush(m_connection) == 1) {
+        pollfd socket{PQsocket(m_connection), POLLIN | POLLOUT, 0};
+        if (poll(&socket, 1, kForever) > 0 && (socket.revents & POLLIN) != 0)
+            PQconsumeInput(m_connection);
+    }
 }
 
 qint64 BareConnection::copyOut(const QByteArray &query)
@@ -87,9 +118,15 @@ qint64 BareConnection::copyOut(const QByteArray &query)
     return bytes;
 }
 
-void BareConnection::execute(const QByteArray &statement, const QList<database::Value> &values)
+QList<Oid> BareConnection::placeholderTypes(const QByteArray &text, const QList<Oid> &given)
 {
-    (void)binary(statement, values);
+    constexpr const char *kUnnamed = "";
+    (void)checked(PQprepare(m_connection, kUnnamed, text.constData(), static_cast<int>(given.size()), given.data()));
+    const Rows described = checked(PQdescribePrepared(m_connection, kUnnamed));
+    QList<Oid> types;
+    for (int i = 0; i < PQnparams(described.get()); ++i)
+        types.append(PQparamtype(described.get(), i));
+    return types;
 }
 
 Rows BareConnection::checked(PGresult *result) const

@@ -4,6 +4,7 @@
 #include "keystone/stream.h"
 
 #include <QByteArray>
+#include <QList>
 
 namespace bench {
 
@@ -20,5 +21,8 @@ template <typename... Fields>
 
 /// What the first of `frames` holds, which must be an answer to `caller`; throws std::runtime_error where it is not.
 [[nodiscard]] bus::Action answerIn(const QByteArray &frames, int caller);
+
+/// What each of `frames`, which are whole, holds; they must be answers and notices.
+[[nodiscard]] QList<bus::Action> actionsIn(const QByteArray &frames);
 
 } // namespace bench

@@ -21,10 +21,10 @@ constexpr const char *kSelectCommands =
 constexpr const char *kUpdateValue = R"(UPDATE "Objects_property" SET "Value"=$1 WHERE "Id_objects"=$2 AND "Name"=$3)";
 constexpr const char *kSelectLogin = R"(SELECT "Login" FROM "Connections" WHERE "Id" = $1)";
 
-constexpr const char *kChanged = "property_007";
+constexpr const char *kChanged = "note";
 constexpr const char *kChangedTo = "17.25";
 constexpr const char *kProveChange =
-    R"(SELECT count(*) FROM "Objects_property" WHERE "Id_objects" = %1 AND "Name" = 'property_007' AND "Value" = '17.25')";
+    R"(SELECT count(*) FROM "Objects_property" WHERE "Id_objects" = %1 AND "Name" = 'note' AND "Value" = '17.25')";
 constexpr const char *kProveRows = R"(SELECT count(*) FROM "%2" WHERE "%3" = %1)";
 
 CrowdCommand reading(const char *name, int share, int object, int clients)

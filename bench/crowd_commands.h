@@ -1,6 +1,6 @@
 #pragma once
 
-#include "database/value.h"
+#include "bench/bare_connection.h"
 
 #include <QByteArray>
 #include <QList>
@@ -9,21 +9,15 @@
 
 namespace bench {
 
-struct PreparedStatement
-{
-    QByteArray text;
-    QList<database::Value> values;
-};
-
 /// A command of many clients about the same object, which is answered with one frame.
 struct CrowdCommand
 {
-    QByteArray message;                        ///< of the answer
-    int share = 0;                             ///< so many of the mixture's commands
-    bool changes = false;                      ///< answered by the notice that goes to all clients, and by nothing else
-    QList<QByteArray> requests;                ///< by client
-    std::vector<PreparedStatement> statements; ///< the service's own, in its order
-    QByteArray proof; ///< gives the count that a right answer holds, or 1 where the change was made
+    QByteArray message;                ///< of the answer
+    int share = 0;                     ///< so many of the mixture's commands
+    bool changes = false;              ///< answered by the notice that goes to all clients, and by nothing else
+    QList<QByteArray> requests;        ///< by client
+    std::vector<Statement> statements; ///< the service's own, in its order
+    QByteArray proof;                  ///< gives the count that a right answer holds, or 1 where the change was made
     qsizetype answerBytes = 0;
 };
 

@@ -40,7 +40,7 @@ void checkAnswer(QByteArrayView answer, const CrowdCommand &command, int caller)
 CrowdFigures::CrowdFigures(Link &service, const std::string &database, int objects)
     : m_service(service)
     , m_database(database)
-    , m_object(objects / 2)
+    , m_object(objects / 2 + 1)
     , m_commands(crowdCommands(m_object, kClients))
 {
     std::vector<const CrowdCommand *> mixed;
@@ -93,8 +93,8 @@ void CrowdFigures::askAll()
 void CrowdFigures::queryAll()
 {
     for (const CrowdCommand *command : m_order) {
-        for (const PreparedStatement &statement : command->statements)
-            (void)m_database.prepared(statement.text, statement.values);
+        for (const Statement &statement : command->statements)
+            (void)m_database.prepared(statement);
     }
 }
 
@@ -110,7 +110,7 @@ std::vector<HeldFigure> CrowdFigures::addFigures(Interleaved &measured)
 
 void CrowdFigures::tidy()
 {
-    (void)m_database.text(R"(VACUUM (INDEX_CLEANUP ON) "Objects_property")");
+    m_database.text(R"(VACUUM (INDEX_CLEANUP ON) "Objects_property")");
 }
 
 } // namespace bench

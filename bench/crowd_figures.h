@@ -20,7 +20,7 @@ namespace bench {
 class CrowdFigures
 {
 public:
-    /// The registry is growth.sql's, with the objects 1 to `objects`. `service` must outlive this. Throws where the
+    /// The registry is registry.sql's, with the objects 1 to `objects`. `service` must outlive this. Throws where the
     /// service's answers are not what the database holds.
     CrowdFigures(Link &service, const std::string &database, int objects);
 

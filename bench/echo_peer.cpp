@@ -22,7 +22,7 @@ namespace {
     ::dup2(descriptor, STDIN_FILENO);
     ::close_range(STDERR_FILENO + 1, ~0U, 0);
     try {
-        Link link(STDIN_FILENO);
+        Link link(STDIN_FILENO, Link::kForever);
         while (link.receiveOrEnd())
             link.send(answer);
     } catch (const std::exception &) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <numeric>
 #include <random>
+#include <utility>
 
 namespace bench {
 
@@ -18,7 +19,9 @@ double quantile(const std::vector<double> &sorted, double part)
     return sorted[below] + (sorted[above] - sorted[below]) * (place - static_cast<double>(below));
 }
 
-Summary summarise(std::vector<double> values)
+} // namespace
+
+Summary summaryOf(std::vector<double> values)
 {
     if (values.empty())
         return {};
@@ -26,51 +29,75 @@ Summary summarise(std::vector<double> values)
     return {quantile(values, 0.5), quantile(values, 0.1), quantile(values, 0.9)};
 }
 
-} // namespace
-
 Interleaved::Id Interleaved::add(Variant variant)
 {
-    m_entries.push_back({std::move(variant), {}, {}});
+    m_entries.push_back({std::move(variant), {}, {}, {}});
+    m_groups.push_back({m_entries.size() - 1});
     return m_entries.size() - 1;
+}
+
+Interleaved::Id Interleaved::addBeside(Id other, Variant variant)
+{
+    m_entries.push_back({std::move(variant), {}, {}, {}});
+    const Id added = m_entries.size() - 1;
+    for (std::vector<Id> &group : m_groups) {
+        if (std::ranges::find(group, other) != group.end())
+            group.push_back(added);
+    }
+    return added;
 }
 
 void Interleaved::measure(int rounds, const std::function<void(int)> &progress)
 {
-    std::vector<Id> order(m_entries.size());
-    std::iota(order.begin(), order.end(), Id(0));
     std::mt19937 random; // the same orders in every measurement
     for (int round = -kWarmUpRounds; round < rounds; ++round) {
-        std::shuffle(order.begin(), order.end(), random);
-        for (const Id id : order)
-            runRound(m_entries[id], round >= 0);
+        std::ranges::shuffle(m_groups, random);
+        for (std::vector<Id> &group : m_groups) {
+            std::ranges::shuffle(group, random);
+            runRound(group, round >= 0);
+        }
         if (round >= 0)
             progress(round + 1);
     }
 }
 
-void Interleaved::runRound(Entry &entry, bool counted)
+void Interleaved::runRound(const std::vector<Id> &group, bool counted)
 {
-    std::vector<double> samples;
-    for (int i = 0; i < entry.variant.runs; ++i) {
-        Stopwatch watch;
-        entry.variant.run(watch);
-        watch.pause();
-        samples.push_back(watch.nanoseconds() / entry.variant.operations);
+    int most = 0;
+    for (const Id id : group)
+        most = std::max(most, m_entries[id].variant.runs);
+    for (int run = 0; run < most; ++run) {
+        for (const Id id : group) {
+            if (run < m_entries[id].variant.runs)
+                runOnce(m_entries[id]);
+        }
     }
-    if (!counted)
-        return;
-    entry.samples.insert(entry.samples.end(), samples.begin(), samples.end());
-    entry.rounds.push_back(summarise(std::move(samples)).median);
+    for (const Id id : group) {
+        Entry &entry = m_entries[id];
+        const std::vector<double> samples = std::exchange(entry.current, {});
+        if (!counted)
+            continue;
+        entry.samples.insert(entry.samples.end(), samples.begin(), samples.end());
+        entry.rounds.push_back(summaryOf(samples).median);
+    }
+}
+
+void Interleaved::runOnce(Entry &entry)
+{
+    Stopwatch watch;
+    entry.variant.run(watch);
+    watch.pause();
+    entry.current.push_back(watch.nanoseconds() / entry.variant.operations);
 }
 
 Summary Interleaved::nanoseconds(Id variant) const
 {
-    return summarise(m_entries[variant].samples);
+    return summaryOf(m_entries[variant].samples);
 }
 
 Summary Interleaved::nanoseconds(const std::vector<Id> &variants) const
 {
-    return variants.size() == 1 ? nanoseconds(variants.front()) : summarise(roundSums(variants));
+    return variants.size() == 1 ? nanoseconds(variants.front()) : summaryOf(roundSums(variants));
 }
 
 Summary Interleaved::ratio(Id subject, const std::vector<Id> &references) const
@@ -79,7 +106,7 @@ Summary Interleaved::ratio(Id subject, const std::vector<Id> &references) const
     const std::vector<double> sums = roundSums(references);
     for (std::size_t round = 0; round < ratios.size(); ++round)
         ratios[round] /= sums[round];
-    return summarise(std::move(ratios));
+    return summaryOf(std::move(ratios));
 }
 
 Summary Interleaved::difference(Id subject, const std::vector<Id> &references) const
@@ -87,7 +114,7 @@ Summary Interleaved::difference(Id subject, const std::vector<Id> &references) c
     std::vector<double> differences = m_entries[subject].rounds;
     const std::vector<double> sums = roundSums(references);
     std::transform(differences.begin(), differences.end(), sums.begin(), differences.begin(), std::minus<>());
-    return summarise(std::move(differences));
+    return summaryOf(std::move(differences));
 }
 
 std::vector<double> Interleaved::roundSums(const std::vector<Id> &variants) const

@@ -42,6 +42,8 @@ struct Summary
     double p90 = 0;
 };
 
+[[nodiscard]] Summary summaryOf(std::vector<double> values);
+
 /// Measures variants against each other on a machine that is never quite quiet: every round runs each of them, in an
 /// order drawn anew, so that whatever slows the machine for a while slows all; ratios are taken within a round.
 class Interleaved
@@ -50,6 +52,10 @@ public:
     using Id = std::size_t;
 
     Id add(Variant variant);
+
+    /// Adds one whose runs take turns with those of `other`, run by run: the two then meet the same machine even where
+    /// it changes within a round.
+    Id addBeside(Id other, Variant variant);
 
     /// A few rounds that do not count come first. `progress` hears of every round that did.
     void measure(int rounds, const std::function<void(int)> &progress);
@@ -72,14 +78,17 @@ private:
     struct Entry
     {
         Variant variant;
+        std::vector<double> current; ///< samples of the round that is on
         std::vector<double> samples; ///< nanoseconds of an operation, by run
         std::vector<double> rounds;  ///< the median of each round's samples
     };
 
-    static void runRound(Entry &entry, bool counted);
+    void runRound(const std::vector<Id> &group, bool counted);
+    static void runOnce(Entry &entry);
     [[nodiscard]] std::vector<double> roundSums(const std::vector<Id> &variants) const;
 
     std::vector<Entry> m_entries;
+    std::vector<std::vector<Id>> m_groups; ///< that take turns
 };
 
 /// Makes the compiler believe that the bytes at `data` are read and written.

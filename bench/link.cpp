@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
+#include <vector>
 
 #include <poll.h>
 #include <sys/socket.h>
@@ -16,7 +17,6 @@ namespace bench {
 
 namespace {
 
-constexpr int kPatienceMs = 30000;
 constexpr qsizetype kLengthBytes = sizeof(qint32);
 constexpr qsizetype kRoomBytes = 64 * 1024;
 
@@ -25,12 +25,12 @@ constexpr qsizetype kRoomBytes = 64 * 1024;
     throw std::runtime_error(what + ": " + std::strerror(errno));
 }
 
-void waitFor(int descriptor, short event, const char *silence)
+void waitFor(int descriptor, short event, int patienceMs, const char *silence)
 {
     pollfd waiting{descriptor, event, 0};
     int ready = 0;
     do {
-        ready = poll(&waiting, 1, kPatienceMs);
+        ready = poll(&waiting, 1, patienceMs);
     } while (ready < 0 && errno == EINTR);
     if (ready < 0)
         fail("poll");
@@ -58,8 +58,9 @@ int newSocket()
 
 } // namespace
 
-Link::Link(int descriptor)
+Link::Link(int descriptor, int patienceMs)
     : m_descriptor(descriptor)
+    , m_patienceMs(patienceMs)
 {}
 
 Link::~Link()
@@ -83,6 +84,19 @@ const QByteArray &Link::receive(int frames)
     if (!receiveOrEnd(frames))
         throw std::runtime_error("the other end has closed the link");
     return m_frames;
+}
+
+QByteArray Link::receiveThrough(const QByteArray &last)
+{
+    QByteArray bytes;
+    std::vector<char> room(kRoomBytes);
+    while (!bytes.endsWith(last)) {
+        const qsizetype got = readSome(room.data(), std::ssize(room));
+        if (got == 0)
+            throw std::runtime_error("the other end has closed the link");
+        bytes.append(room.data(), got);
+    }
+    return bytes;
 }
 
 bool Link::receiveOrEnd(int frames)
@@ -114,7 +128,7 @@ bool Link::receiveOrEnd(int frames)
 
 qsizetype Link::readSome(char *room, qsizetype most)
 {
-    waitFor(m_descriptor, POLLIN, "no answer in 30 s");
+    waitFor(m_descriptor, POLLIN, m_patienceMs, "no answer for too long");
     const auto got = ::read(m_descriptor, room, static_cast<std::size_t>(most));
     if (got < 0)
         fail("the link cannot be read");
@@ -148,7 +162,7 @@ Listener::~Listener()
 
 int Listener::accept()
 {
-    waitFor(m_descriptor, POLLIN, "nobody made a link in 30 s");
+    waitFor(m_descriptor, POLLIN, Link::kPatienceMs, "nobody made a link in 30 s");
     const int descriptor = ::accept4(m_descriptor, nullptr, nullptr, SOCK_CLOEXEC);
     if (descriptor < 0)
         fail("accept");

@@ -11,12 +11,15 @@
 namespace bench {
 
 /// One end of a Unix stream socket, spoken to with poll, read and write alone. Throws std::runtime_error where the
-/// other end has gone or keeps silent for 30 s.
+/// other end has gone or keeps silent for too long.
 class Link
 {
 public:
+    static constexpr int kPatienceMs = 30000;
+    static constexpr int kForever = -1;
+
     /// Takes the descriptor over.
-    explicit Link(int descriptor);
+    explicit Link(int descriptor, int patienceMs = kPatienceMs);
     ~Link();
     Q_DISABLE_COPY_MOVE(Link)
 
@@ -26,7 +29,10 @@ public:
     /// may have arrived with them: the two ends take turns.
     [[nodiscard]] const QByteArray &receive(int frames = 1);
 
-    /// The same, of a peer that may end the link instead: false once it has.
+    /// All that arrives until it ends with `last`.
+    [[nodiscard]] QByteArray receiveThrough(const QByteArray &last);
+
+    /// As receive(), of a peer that may end the link instead: false once it has.
     [[nodiscard]] bool receiveOrEnd(int frames = 1);
 
     /// Waits for bytes and reads those that are there, at most `most`; 0 once the other end has closed the link.
@@ -37,6 +43,7 @@ public:
 
 private:
     int m_descriptor;
+    int m_patienceMs;
     QByteArray m_frames;
 };
 

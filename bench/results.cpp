@@ -42,6 +42,28 @@ Result resultIn(const QJsonObject &line)
     return result;
 }
 
+void appendLine(const std::string &path, const QJsonObject &line)
+{
+    QFile file(text(path));
+    const QByteArray bytes = QJsonDocument(line).toJson(QJsonDocument::Compact) + '\n';
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Append) || file.write(bytes) != bytes.size() || !file.flush())
+        throw std::runtime_error("cannot write " + path);
+}
+
+std::vector<QJsonObject> linesOf(const std::string &path)
+{
+    QFile file(text(path));
+    if (!file.open(QIODevice::ReadOnly))
+        throw std::runtime_error("cannot read " + path);
+    std::vector<QJsonObject> lines;
+    while (!file.atEnd()) {
+        lines.push_back(QJsonDocument::fromJson(file.readLine()).object());
+        if (!lines.back().contains("figure") && !lines.back().contains("note"))
+            throw std::runtime_error(path + " is no file of results");
+    }
+    return lines;
+}
+
 } // namespace
 
 void appendResult(const std::string &path, const Result &result)
@@ -58,25 +80,32 @@ void appendResult(const std::string &path, const Result &result)
         {"objects", qint64(result.objects)},
         {"atLeast", result.atLeast},
     };
-    QFile file(text(path));
-    const QByteArray bytes = QJsonDocument(line).toJson(QJsonDocument::Compact) + '\n';
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Append) || file.write(bytes) != bytes.size() || !file.flush())
-        throw std::runtime_error("cannot write " + path);
+    appendLine(path, line);
+}
+
+void appendNote(const std::string &path, const Note &note)
+{
+    appendLine(path, {{"note", text(note.name)}, {"text", text(note.text)}});
 }
 
 std::vector<Result> readResults(const std::string &path)
 {
-    QFile file(text(path));
-    if (!file.open(QIODevice::ReadOnly))
-        throw std::runtime_error("cannot read " + path);
     std::vector<Result> results;
-    while (!file.atEnd()) {
-        const QJsonObject line = QJsonDocument::fromJson(file.readLine()).object();
-        if (!line.contains("figure"))
-            throw std::runtime_error(path + " is no file of results");
-        results.push_back(resultIn(line));
+    for (const QJsonObject &line : linesOf(path)) {
+        if (line.contains("figure"))
+            results.push_back(resultIn(line));
     }
     return results;
+}
+
+std::vector<Note> readNotes(const std::string &path)
+{
+    std::vector<Note> notes;
+    for (const QJsonObject &line : linesOf(path)) {
+        if (line.contains("note"))
+            notes.push_back({line["note"].toString().toStdString(), line["text"].toString().toStdString()});
+    }
+    return notes;
 }
 
 std::optional<bool> reachesGoal(const Result &result)

@@ -27,8 +27,20 @@ struct Result
 /// where it cannot be written.
 void appendResult(const std::string &path, const Result &result);
 
-/// All lines in their order; throws where the file cannot be read or a line is none of ours.
+/// What is to be known about the run besides its figures.
+struct Note
+{
+    std::string name;
+    std::string text;
+};
+
+/// Adds a line for it to the same file.
+void appendNote(const std::string &path, const Note &note);
+
+/// All figures in their order; throws where the file cannot be read or a line is none of ours.
 [[nodiscard]] std::vector<Result> readResults(const std::string &path);
+
+[[nodiscard]] std::vector<Note> readNotes(const std::string &path);
 
 /// Nothing where the figure has no goal. What counts is the median of the ratios.
 [[nodiscard]] std::optional<bool> reachesGoal(const Result &result);

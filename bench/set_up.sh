@@ -2,17 +2,16 @@
 # What the scripts here share: a private cluster with throw-away registries in the temporary folder, the service on one
 # of them, and a program that measures it. Read in by each, which sets root (the project's folder).
 # Whatever was started is stopped and removed at the end, after a failure and after Ctrl-C.
-# shellcheck disable=SC2154 # root
+# shellcheck disable=SC2034,SC2154 # rounds, root
 
 readonly bin=$root/build-bench/bin
 
 work=    # temporary folder of this run
 socket=  # folder of the cluster's socket
 port=    # its port
-service= # processes
+services=() # processes
 measuring=
 pinned=() # command in front of everything that takes part in the measurement
-profiler=() # and in front of the service alone
 
 say() { printf '%s\n' "$*" >&2; }
 
@@ -46,17 +45,17 @@ end() {
 clean_up() {
     trap '' INT TERM HUP
     end "$measuring"
-    end "$service"
+    end_services
     if [[ -n $work ]]; then
         if [[ -e $work/cluster ]]; then "$root/scripts/private_cluster" destroy "$work/cluster" >&2 || true; fi
         rm -rf -- "$work"
     fi
 }
 
-build() { # target
+build() { # target ...
     "$root/scripts/install_packages" >&2
     say 'Building...'
-    (cd -- "$root" && cmake --preset bench && cmake --build --preset bench --target objects_server "$1") >&2
+    (cd -- "$root" && cmake --preset bench && cmake --build --preset bench --target objects_server "$@") >&2
 }
 
 start_cluster() { # option of scripts/private_cluster ...
@@ -97,23 +96,42 @@ DbUser=postgres
 INI
 }
 
-# Starts the service and lets the program measure it, which must take the options --admin and --database.
-measure() { # database, program, argument ...
-    local database=$1 program=$2
-    shift 2
-    write_settings objects_server "$database"
-    (cd -- "$work" && exec "${pinned[@]}" "${profiler[@]}" "$bin/objects_server" -settings objects_server.ini) >"$work/output" 2>&1 &
-    service=$!
-    "${pinned[@]}" "$program" "$@" --admin "$work/objects_server.admin" \
-        --database "host=$socket port=$port dbname=$database user=postgres" &
+# In libpq's form.
+description_of() { # database
+    printf 'host=%s port=%s dbname=%s user=postgres' "$socket" "$port" "$1"
+}
+
+# Starts a service on the database; it serves once somebody listens on its administration socket.
+start_service() { # name of its settings, database
+    write_settings "$1" "$2"
+    (cd -- "$work" && exec "${pinned[@]}" "$bin/objects_server" -settings "$1.ini") >"$work/$1.output" 2>&1 &
+    services+=($!)
+}
+
+end_services() {
+    local service
+    for service in "${services[@]}"; do end "$service"; done
+    services=()
+}
+
+# Runs what measures the services that were started.
+measure() { # program, argument ...
+    "${pinned[@]}" "$@" &
     measuring=$!
     if ! wait "$measuring"; then
         measuring=
-        say 'The service had said:'
-        cat -- "$work/objects_server.log" "$work/output" >&2 || true
+        say 'The services had said:'
+        cat -- "$work"/*.log "$work"/*.output >&2 || true
         fail 'nothing was measured'
     fi
     measuring=
-    end "$service"
-    service=
+}
+
+# The same with a service that lives as long; the program must take the options --admin and --database.
+measure_service() { # database, program, argument ...
+    local database=$1
+    shift
+    start_service "$database" "$database"
+    measure "$@" --admin "$work/$database.admin" --database "$(description_of "$database")"
+    end_services
 }

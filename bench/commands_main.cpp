@@ -15,6 +15,8 @@ struct Options
 {
     std::vector<std::string> registries;
     std::string log;
+    std::vector<std::string> others;
+    std::string otherName = "the other";
     std::string results;
     int rounds = 20;
     int durableRounds = 10;
@@ -28,7 +30,8 @@ bench::RegistryPlace placeOf(const std::string &text)
     const auto second = text.find(',', first + 1);
     if (first == std::string::npos || second == std::string::npos)
         throw std::runtime_error(text + " is no registry");
-    return {std::stol(text.substr(0, first)), text.substr(first + 1, second - first - 1), text.substr(second + 1)};
+    return {
+        std::stol(text.substr(0, first)), text.substr(first + 1, second - first - 1), text.substr(second + 1), {}, {}};
 }
 
 /// All of them in the same rounds, which makes them comparable with each other, too.
@@ -47,27 +50,41 @@ void measure(std::span<const std::unique_ptr<bench::RegistryFigures>> registries
     });
     for (const auto &registry : registries)
         registry->append(options.results, measured, *registries.front());
+    if (options.others.empty() && commits == bench::Commits::Asynchronous) {
+        registries.back()->appendPgbench(options.results, measured);
+        registries.back()->appendProfiles(options.results);
+    }
+}
+
+void appendQuit(const Options &options, bench::RegistryFigures &registry)
+{
+    bench::Result result;
+    result.section = "Without the database";
+    result.figure = "QuitSignal, until the link is closed";
+    result.unit = "ns";
+    const double taken = registry.quit();
+    result.subject = {taken, taken, taken};
+    result.objects = registry.place().objects;
+    bench::appendResult(options.results, result);
 }
 
 void measure(const Options &options)
 {
     Registries registries;
-    for (const std::string &text : options.registries) {
-        registries.push_back(std::make_unique<bench::RegistryFigures>(placeOf(text), options.log));
+    for (std::size_t i = 0; i < options.registries.size(); ++i) {
+        bench::RegistryPlace place = placeOf(options.registries[i]);
+        if (i < options.others.size())
+            place.other = options.others[i];
+        place.otherName = options.otherName;
+        registries.push_back(std::make_unique<bench::RegistryFigures>(place, options.log));
         std::fprintf(stderr, "recorded with %ld objects\n", registries.back()->place().objects);
     }
     measure(registries, options, options.rounds, bench::Commits::Asynchronous);
     if (options.durableRounds > 0)
         measure(std::span(registries).last(1), options, options.durableRounds, bench::Commits::Durable);
-    for (const auto &registry : registries) {
-        bench::Result result;
-        result.section = "Without the database";
-        result.figure = "QuitSignal, until the link is closed";
-        result.unit = "ns";
-        const double taken = registry->quit();
-        result.subject = {taken, taken, taken};
-        result.objects = registry->place().objects;
-        bench::appendResult(options.results, result);
+    if (options.others.empty()) {
+        for (const auto &registry : registries)
+            appendQuit(options, *registry);
     }
 }
 
@@ -82,6 +99,10 @@ int main(int argc, char *argv[])
                     "objects, socket of the administration server, database, with "
                     "commas; the smallest first")
         ->required();
+    program.add_option("--other", options.others,
+                       "socket of another service on the registry in the same place, which the commands are held "
+                       "against instead");
+    program.add_option("--other-name", options.otherName, "what the table calls it");
     program.add_option("--log", options.log, "the database server's log, in JSON")->required();
     program.add_option("--results", options.results, "file that the figures are added to")->required();
     program.add_option("--rounds", options.rounds, "how often everything is measured")->check(CLI::Range(1, 1'000'000));

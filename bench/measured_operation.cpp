@@ -45,19 +45,23 @@ QByteArray longestText(const PGresult *rows, int row)
 
 } // namespace
 
-MeasuredOperation::MeasuredOperation(const Operation &operation, const Installation &at)
+MeasuredOperation::MeasuredOperation(const Operation &operation, const Installation &at, const MeasuredOperation *twin)
     : m_operation(operation)
     , m_at(at)
-    , m_numbering(onlyValue(at.aside.text(kNumbering)))
+    , m_numbering(twin ? twin->m_numbering : onlyValue(at.aside.text(kNumbering)))
 {
+    if (twin)
+        numberAsRecorded();
     record();
     if (!isAnswered() && operation.kind != Kind::ReadsAll)
         throw std::runtime_error(operation.name + " was not answered");
     if (!isAnswered())
         return;
-    if (!m_replay)
+    if (!m_replay || operation.kind == Kind::Reads)
         m_echo = std::make_unique<EchoPeer>(m_answer);
-    else if (m_operation.evidence.isEmpty())
+    if (!m_replay)
+        return;
+    if (m_operation.evidence.isEmpty())
         checkReading();
     else
         checkWriting();
@@ -83,9 +87,9 @@ void MeasuredOperation::record()
     } else {
         m_sent += m_at.about;
     }
-    const std::vector<RecordedStatement> statements = m_at.log.take();
-    if (!statements.empty())
-        m_replay = std::make_unique<Replay>(m_at.database, m_at.description, statements, m_operation.limit);
+    m_statements = m_at.log.take();
+    if (!m_statements.empty())
+        m_replay = std::make_unique<Replay>(m_at.database, m_at.description, m_statements, m_operation.limit);
 }
 
 /// What the statements read alone must stand in the answer: of each, what tells its first and its last row.
@@ -153,15 +157,19 @@ void MeasuredOperation::runAlone(Stopwatch &watch)
     watch.pause();
     numberAsRecorded();
     watch.resume();
-    if (m_replay) {
+    if (m_replay)
         m_replay->run();
-    } else {
-        m_echo->link().send(m_sent);
-        (void)m_echo->link().receive(m_frames);
-    }
+    else
+        runEcho();
     watch.pause();
     putBack();
     watch.resume();
+}
+
+void MeasuredOperation::runEcho()
+{
+    m_echo->link().send(m_sent);
+    (void)m_echo->link().receive(m_frames);
 }
 
 std::string MeasuredOperation::limitName() const

@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace bench {
 
@@ -30,8 +31,9 @@ class MeasuredOperation
 {
 public:
     /// Runs it once through the service and, where it writes, once by its statements alone; throws where the two do not
-    /// leave the same.
-    MeasuredOperation(const Operation &operation, const Installation &at);
+    /// leave the same. What it makes gets the numbers that `twin` has made, if there is one: the same operation through
+    /// another service on the same database.
+    MeasuredOperation(const Operation &operation, const Installation &at, const MeasuredOperation *twin = nullptr);
 
     [[nodiscard]] const Operation &operation() const { return m_operation; }
 
@@ -45,6 +47,14 @@ public:
     void runAlone(Stopwatch &watch);
 
     [[nodiscard]] std::string limitName() const;
+
+    /// Whether runEcho() can run: of what is without the database, and of what reads one object.
+    [[nodiscard]] bool hasEcho() const { return m_echo != nullptr; }
+
+    /// Exchanges the same frames with a process that does nothing else.
+    void runEcho();
+
+    [[nodiscard]] const std::vector<RecordedStatement> &statements() const { return m_statements; }
 
 private:
     void record();
@@ -60,7 +70,8 @@ private:
     QByteArray m_answer;    ///< all that is to arrive
     int m_frames = 0;       ///< of it
     QByteArray m_numbering; ///< sets the sequences to where they were before the recorded run
-    std::unique_ptr<Replay> m_replay;
+    std::vector<RecordedStatement> m_statements;
+    std::unique_ptr<Replay> m_replay; ///< of them, if there are any
     std::unique_ptr<EchoPeer> m_echo;
 };
 

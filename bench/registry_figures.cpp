@@ -20,49 +20,6 @@ namespace {
 
 constexpr int kAsker = 9; ///< caller of what is asked besides the measured commands
 
-const char *sectionOf(Kind kind)
-{
-    switch (kind) {
-    case Kind::Reads:
-        return "Reading one object, account or template";
-    case Kind::Writes:
-        return "Changing one object, account or template";
-    case Kind::WritesAll:
-        return "Writing many rows";
-    case Kind::ReadsAll:
-        return "Whole lists";
-    case Kind::Searches:
-        return "Searches with a client's words";
-    case Kind::Plain:
-        break;
-    }
-    return "Without the database";
-}
-
-std::optional<double> goalOf(const Operation &operation, Commits commits, long objects)
-{
-    constexpr long kLarge = 100'000;
-    switch (operation.kind) {
-    case Kind::Reads:
-        return 1.25;
-    case Kind::Writes:
-        return commits == Commits::Durable ? 1.15 : 1.4;
-    case Kind::WritesAll:
-        return operation.limit == Limit::Pipelined ? std::optional(1.2) : std::nullopt;
-    case Kind::ReadsAll:
-        return objects >= kLarge ? std::optional(1.3) : std::nullopt;
-    case Kind::Searches:
-    case Kind::Plain:
-        break;
-    }
-    return std::nullopt;
-}
-
-bool isWriting(const Operation &operation)
-{
-    return operation.kind == Kind::Writes || operation.kind == Kind::WritesAll;
-}
-
 /// How often it is run in a round: some milliseconds' worth.
 int runsOf(MeasuredOperation &operation)
 {
@@ -82,12 +39,14 @@ RegistryFigures::RegistryFigures(RegistryPlace place, const std::string &log)
     , m_database(m_place.database)
     , m_aside(m_place.database)
     , m_log(m_aside, log)
-    , m_installation{*m_service, m_database, m_aside, m_place.database, m_log, commandFrame(kAsker, "About"), {}}
+    , m_installation(installation(*m_service))
 {
+    if (!m_place.other.empty()) {
+        m_other = attendService(m_place.other);
+        m_otherInstallation.emplace(installation(*m_other));
+    }
     // It puts back what commands have changed, which must not wait for the disk.
     m_aside.text("SET synchronous_commit = off");
-    m_service->send(m_installation.about);
-    m_installation.aboutAnswer = m_service->receive();
     std::vector<Operation> operations{{"About", Kind::Plain, commandFrame(kCaller, "About")}};
     for (const std::vector<Operation> &some : {objectOperations(m_aside, static_cast<int>(m_place.objects)),
                                                operatorOperations(), templateOperations(*m_service, m_aside)})
@@ -103,11 +62,26 @@ RegistryFigures::RegistryFigures(RegistryPlace place, const std::string &log)
     set("log_statement", "none");
 }
 
+Installation RegistryFigures::installation(Link &service)
+{
+    const QByteArray about = commandFrame(kAsker, "About");
+    service.send(about);
+    return {service, m_database, m_aside, m_place.database, m_log, about, service.receive()};
+}
+
 void RegistryFigures::record(const Operation &operation)
 {
-    auto measured = std::make_unique<MeasuredOperation>(operation, m_installation);
-    if (measured->isAnswered())
-        m_operations.push_back(std::move(measured));
+    Pair pair{std::make_unique<MeasuredOperation>(operation, m_installation), nullptr};
+    if (pair.own->isAnswered() && m_otherInstallation) {
+        try {
+            pair.other = std::make_unique<MeasuredOperation>(operation, *m_otherInstallation, pair.own.get());
+        } catch (const std::runtime_error &error) {
+            std::fprintf(stderr, "left out, since the other service does not do it: %s\n", error.what());
+            return;
+        }
+    }
+    if (pair.own->isAnswered() && (!pair.other || pair.other->isAnswered()))
+        m_operations.push_back(std::move(pair));
     else
         std::fprintf(stderr, "%s with %ld objects is left out: its answer would be too long to be sent\n",
                      operation.name.c_str(), m_place.objects);
@@ -139,65 +113,35 @@ void RegistryFigures::addTo(Interleaved &measured, Commits commits)
 {
     m_commits = commits;
     m_lines.clear();
-    for (const auto &one : m_operations) {
-        MeasuredOperation &operation = *one;
+    for (const Pair &pair : m_operations) {
         // What writes many rows waits for the disk so long that nothing else is seen.
-        if (commits == Commits::Durable && operation.operation().kind != Kind::Writes)
-            continue;
-        const int runs = runsOf(operation);
-        const auto subject = measured.add(
-            {operation.operation().name, runs, 1, [&operation](Stopwatch &watch) { operation.ask(watch); }});
-        const auto limit = measured.addBeside(
-            subject, {operation.limitName(), runs, 1, [&operation](Stopwatch &watch) { operation.runAlone(watch); }});
-        m_lines.push_back({&operation, subject, limit});
+        if (commits == Commits::Asynchronous || pair.own->operation().kind == Kind::Writes)
+            add(measured, pair);
     }
+}
+
+void RegistryFigures::add(Interleaved &measured, const Pair &pair)
+{
+    MeasuredOperation &own = *pair.own;
+    const int runs = runsOf(own);
+    const auto subject = measured.add({own.operation().name, runs, 1, [&own](Stopwatch &watch) { own.ask(watch); }});
+    Line line{&own, subject, 0, std::nullopt};
+    if (pair.other) {
+        line.limit = measured.addBeside(
+            subject, {m_place.otherName, runs, 1, [&other = *pair.other](Stopwatch &watch) { other.ask(watch); }});
+    } else {
+        line.limit =
+            measured.addBeside(subject, {own.limitName(), runs, 1, [&own](Stopwatch &watch) { own.runAlone(watch); }});
+        if (own.hasEcho() && !own.statements().empty())
+            line.echo = measured.addBeside(subject, {"echo", runs, 1, [&own](Stopwatch &) { own.runEcho(); }});
+    }
+    m_lines.push_back(line);
 }
 
 void RegistryFigures::tidy()
 {
     m_aside.text(
         R"(VACUUM (INDEX_CLEANUP ON) "Objects", "Objects_property", "Sensors", "Commands", "Params", "Connections", "Person_Setup", "Templates")");
-}
-
-Result RegistryFigures::resultOf(const Line &line, const Interleaved &measured) const
-{
-    const Operation &operation = line.operation->operation();
-    Result result;
-    result.section = sectionOf(operation.kind);
-    if (m_commits == Commits::Durable)
-        result.section += ", commits waiting for the disk";
-    else if (isWriting(operation))
-        result.section += ", commits not waiting for the disk";
-    result.figure = operation.name;
-    result.limit = line.operation->limitName();
-    result.goal = goalOf(operation, m_commits, m_place.objects);
-    result.unit = "ns";
-    result.subject = measured.nanoseconds(line.subject);
-    result.limitMedian = measured.nanoseconds(line.limit).median;
-    result.ratio = measured.ratio(line.subject, {line.limit});
-    result.objects = m_place.objects;
-    return result;
-}
-
-void RegistryFigures::append(const std::string &path, const Interleaved &measured,
-                             const RegistryFigures &smallest) const
-{
-    constexpr double kMostGrowth = 1.1;
-    for (const Line &line : m_lines) {
-        Result result = resultOf(line, measured);
-        appendResult(path, result);
-        const Kind kind = line.operation->operation().kind;
-        if (&smallest == this || m_commits == Commits::Durable || (kind != Kind::Reads && kind != Kind::Writes))
-            continue;
-        const auto same = std::ranges::find_if(
-            smallest.m_lines, [&](const Line &other) { return other.operation->operation().name == result.figure; });
-        result.section = "Growth with the registry";
-        result.limit = "with " + std::to_string(smallest.m_place.objects) + " objects";
-        result.goal = kMostGrowth;
-        result.limitMedian = measured.nanoseconds(same->subject).median;
-        result.ratio = measured.ratio(line.subject, {same->subject});
-        appendResult(path, result);
-    }
 }
 
 double RegistryFigures::quit()

@@ -5,6 +5,7 @@
 #include "bench/results.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,12 +17,14 @@ struct RegistryPlace
     long objects = 0;     ///< besides those that are measured
     std::string admin;    ///< socket that the service connects to
     std::string database; ///< in libpq's form
+    std::string other;    ///< socket of another service that works on it, if there is one
+    std::string otherName;
 };
 
 /// Whether a commit waits until the disk has it.
 enum class Commits { Asynchronous, Durable };
 
-/// All commands in one registry, each beside its own statements alone.
+/// All commands in one registry, each beside its own statements alone, or beside the same command of another service.
 class RegistryFigures
 {
 public:
@@ -40,6 +43,12 @@ public:
     /// Adds what was measured to the file, and how it has grown from `smallest` to here, if that is another.
     void append(const std::string &path, const Interleaved &measured, const RegistryFigures &smallest) const;
 
+    /// What was measured beside what pgbench says of the same statement, where a command has one that pgbench can run.
+    void appendPgbench(const std::string &path, const Interleaved &measured) const;
+
+    /// Where the service's time goes, while it does nothing but each of the commands for a while.
+    void appendProfiles(const std::string &path);
+
     /// Ends the service by its command. Returns the nanoseconds until it has closed the link.
     [[nodiscard]] double quit();
 
@@ -51,21 +60,41 @@ private:
         const MeasuredOperation *operation;
         Interleaved::Id subject;
         Interleaved::Id limit;
+        std::optional<Interleaved::Id> echo; ///< of its frames, beside the statements
     };
 
+    /// The same operation through the two services; the second may be missing.
+    struct Pair
+    {
+        std::unique_ptr<MeasuredOperation> own;
+        std::unique_ptr<MeasuredOperation> other;
+    };
+
+    [[nodiscard]] Installation installation(Link &service);
     void record(const Operation &operation);
+    void add(Interleaved &measured, const Pair &pair);
     [[nodiscard]] bool serviceSees(const QByteArray &condition);
     [[nodiscard]] Result resultOf(const Line &line, const Interleaved &measured) const;
+    void appendGrowth(const std::string &path, const Line &line, const Interleaved &measured,
+                      const RegistryFigures &smallest) const;
+    void profile(const std::string &path, Kind kind);
 
     RegistryPlace m_place;
     std::unique_ptr<Link> m_service;
+    std::unique_ptr<Link> m_other;
     BareConnection m_database; ///< runs the statements alone
     BareConnection m_aside;    ///< does all else
     StatementLog m_log;
     Installation m_installation;
-    std::vector<std::unique_ptr<MeasuredOperation>> m_operations;
+    std::optional<Installation> m_otherInstallation;
+    std::vector<Pair> m_operations;
     Commits m_commits = Commits::Asynchronous;
     std::vector<Line> m_lines;
 };
+
+/// Heading of the figures of such commands.
+[[nodiscard]] const char *sectionOf(Kind kind);
+
+[[nodiscard]] bool isWriting(const Operation &operation);
 
 } // namespace bench

@@ -40,6 +40,30 @@ std::string timeText(double nanoseconds)
     return text;
 }
 
+std::string valueText(double value, const std::string &unit)
+{
+    constexpr double kMegabyte = 1e6;
+    if (unit == "ns")
+        return timeText(value);
+    char text[64];
+    if (unit == "bytes")
+        std::snprintf(text, sizeof text, "%.1f MB", value / kMegabyte);
+    else if (unit == "1/s")
+        std::snprintf(text, sizeof text, "%.0f/s", value);
+    else
+        std::snprintf(text, sizeof text, "%.1f %s", value, unit.c_str());
+    return text;
+}
+
+std::string countText(long count)
+{
+    constexpr int kGroup = 3;
+    std::string text = std::to_string(count);
+    for (int place = static_cast<int>(text.size()) - kGroup; place > 0; place -= kGroup)
+        text.insert(static_cast<std::size_t>(place), 1, ',');
+    return text;
+}
+
 void printReport(const Interleaved &measured, const std::vector<Figure> &figures)
 {
     const std::string rule(kTableWidth, '-');

@@ -4,6 +4,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace bench {
@@ -106,6 +107,16 @@ std::vector<Note> readNotes(const std::string &path)
             notes.push_back({line["note"].toString().toStdString(), line["text"].toString().toStdString()});
     }
     return notes;
+}
+
+std::vector<std::string> sectionsOf(const std::vector<Result> &results)
+{
+    std::vector<std::string> sections;
+    for (const Result &result : results) {
+        if (std::ranges::find(sections, result.section) == sections.end())
+            sections.push_back(result.section);
+    }
+    return sections;
 }
 
 std::optional<bool> reachesGoal(const Result &result)

@@ -8,6 +8,9 @@
 
 namespace bench {
 
+/// What begins the heading of shares of the service's time; what it did meanwhile stands behind.
+inline constexpr const char *kTimeSection = "Where the service's time goes: ";
+
 /// One measured figure beside the limit that it is held against.
 struct Result
 {
@@ -41,6 +44,9 @@ void appendNote(const std::string &path, const Note &note);
 [[nodiscard]] std::vector<Result> readResults(const std::string &path);
 
 [[nodiscard]] std::vector<Note> readNotes(const std::string &path);
+
+/// Their headings, in the order in which they first stand.
+[[nodiscard]] std::vector<std::string> sectionsOf(const std::vector<Result> &results);
 
 /// Nothing where the figure has no goal. What counts is the median of the ratios.
 [[nodiscard]] std::optional<bool> reachesGoal(const Result &result);

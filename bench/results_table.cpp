@@ -10,15 +10,6 @@ namespace bench {
 
 namespace {
 
-std::string valueText(const Result &result, double value)
-{
-    if (result.unit == "ns")
-        return timeText(value);
-    char text[64];
-    std::snprintf(text, sizeof text, "%.4g %s", value, result.unit.c_str());
-    return text;
-}
-
 std::string goalText(const Result &result)
 {
     if (!result.goal)
@@ -31,11 +22,11 @@ std::string goalText(const Result &result)
 
 void printLine(const Result &result)
 {
-    std::printf("%-44s %9s %9s %9s", result.figure.c_str(), valueText(result, result.subject.median).c_str(),
-                valueText(result, result.subject.p10).c_str(), valueText(result, result.subject.p90).c_str());
+    std::printf("%-44s %9s %9s %9s", result.figure.c_str(), valueText(result.subject.median, result.unit).c_str(),
+                valueText(result.subject.p10, result.unit).c_str(), valueText(result.subject.p90, result.unit).c_str());
     if (!result.limit.empty()) {
         std::printf("   %-23s %9s %6.2f %6.2f %6.2f  %s", result.limit.c_str(),
-                    valueText(result, result.limitMedian).c_str(), result.ratio.median, result.ratio.p10,
+                    valueText(result.limitMedian, result.unit).c_str(), result.ratio.median, result.ratio.p10,
                     result.ratio.p90, goalText(result).c_str());
     }
     std::printf("\n");
@@ -45,7 +36,10 @@ void printLine(const Result &result)
 
 void printTable(std::vector<Result> results)
 {
-    std::ranges::stable_sort(results, {}, [](const Result &one) { return std::tie(one.section, one.objects); });
+    const std::vector<std::string> sections = sectionsOf(results);
+    std::ranges::stable_sort(results, {}, [&sections](const Result &one) {
+        return std::tuple(std::ranges::find(sections, one.section) - sections.begin(), one.objects);
+    });
     std::printf("%-44s %9s %9s %9s   %-23s %9s %6s %6s %6s  %s\n", "figure", "median", "p10", "p90", "beside", "median",
                 "ratio", "p10", "p90", "goal, reached");
     const Result *previous = nullptr;

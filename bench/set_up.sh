@@ -10,6 +10,9 @@ work=    # temporary folder of this run
 socket=  # folder of the cluster's socket
 port=    # its port
 services=() # processes
+worktree= # of another revision
+service_program=$bin/objects_server
+counting=
 measuring=
 pinned=() # command in front of everything that takes part in the measurement
 
@@ -44,10 +47,12 @@ end() {
 
 clean_up() {
     trap '' INT TERM HUP
+    end "$counting"
     end "$measuring"
     end_services
     if [[ -n $work ]]; then
         if [[ -e $work/cluster ]]; then "$root/scripts/private_cluster" destroy "$work/cluster" >&2 || true; fi
+        if [[ -n $worktree ]]; then git -C "$root" worktree remove --force "$worktree" >&2 || true; fi
         rm -rf -- "$work"
     fi
 }
@@ -73,12 +78,26 @@ start_cluster() { # option of scripts/private_cluster ...
 
 query() { psql -X -q -v ON_ERROR_STOP=1 -h "$socket" -p "$port" -U postgres "$@" >&2; }
 
+# Counts the megabytes of a database while it is filled. A terminal sees one line that changes, a file the last one.
+count_megabytes() { # database
+    local megabytes='pg_database_size(current_database()) / 1000000'
+    while [[ -t 2 ]] && sleep 1; do
+        printf '\r%s: %s MB ' "$1" "$(psql -X -A -t -h "$socket" -p "$port" -U postgres -d "$1" -c "SELECT $megabytes")" >&2
+    done
+}
+
 make_registry() { # database, file that fills it, option of psql ...
     local name=$1 file=$2
     shift 2
+    say "Making the registry $name..."
     query -d postgres -c "CREATE DATABASE $name"
     query -d "$name" -f "$root/schema/schema.sql"
+    count_megabytes "$name" &
+    counting=$!
     query -d "$name" "$@" -f "$file"
+    end "$counting"
+    counting=
+    say "$name: $(psql -X -A -t -h "$socket" -p "$port" -U postgres -d "$name" -c "SELECT pg_size_pretty(pg_database_size(current_database()))")"
 }
 
 # Settings of a service on that database: the file NAME.ini, the log NAME.log and the sockets NAME.admin and NAME.server.
@@ -104,7 +123,7 @@ description_of() { # database
 # Starts a service on the database; it serves once somebody listens on its administration socket.
 start_service() { # name of its settings, database
     write_settings "$1" "$2"
-    (cd -- "$work" && exec "${pinned[@]}" "$bin/objects_server" -settings "$1.ini") >"$work/$1.output" 2>&1 &
+    (cd -- "$work" && exec "${pinned[@]}" "$service_program" -settings "$1.ini") >"$work/$1.output" 2>&1 &
     services+=($!)
 }
 

@@ -1,9 +1,9 @@
 #include "bench/svg_plot.h"
 
+#include "bench/svg_elements.h"
+
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstdio>
 
 namespace bench {
 
@@ -16,47 +16,6 @@ constexpr double kRight = 620; ///< the names of the lines stand beyond it
 constexpr double kTop = 50;
 constexpr double kBottom = 460;
 constexpr double kLineHeight = 24;
-constexpr std::array kColours = {"#1b6ca8", "#d1495b", "#2e933c", "#8f5ec7", "#e08e0b", "#4d4d4d", "#0aa3a3"};
-
-std::string escaped(const std::string &text)
-{
-    std::string result;
-    for (const char character : text) {
-        switch (character) {
-        case '&':
-            result += "&amp;";
-            break;
-        case '<':
-            result += "&lt;";
-            break;
-        case '>':
-            result += "&gt;";
-            break;
-        default:
-            result += character;
-        }
-    }
-    return result;
-}
-
-std::string number(double value)
-{
-    char text[32];
-    std::snprintf(text, sizeof text, "%.1f", value);
-    return text;
-}
-
-std::string textAt(double x, double y, const char *anchor, const std::string &text)
-{
-    return "<text x=\"" + number(x) + "\" y=\"" + number(y) + "\" text-anchor=\"" + anchor + "\">" + escaped(text) +
-           "</text>\n";
-}
-
-std::string stroke(double x1, double y1, double x2, double y2, const char *colour, const char *width)
-{
-    return "<line x1=\"" + number(x1) + "\" y1=\"" + number(y1) + "\" x2=\"" + number(x2) + "\" y2=\"" + number(y2) +
-           "\" stroke=\"" + colour + "\" stroke-width=\"" + width + "\"/>\n";
-}
 
 /// One axis: whole powers of ten from below the least value to above the greatest, on pixels `begin` to `end`.
 class Axis
@@ -118,8 +77,8 @@ std::string drawn(const PlotLine &line, const Axis &x, const Axis &y, const char
     std::string places;
     std::string dots;
     for (const PlotPoint &point : line.points) {
-        const std::string px = number(x.pixel(point.x));
-        const std::string py = number(y.pixel(point.y));
+        const std::string px = pixels(x.pixel(point.x));
+        const std::string py = pixels(y.pixel(point.y));
         places += px + "," + py + " ";
         dots += "<circle cx=\"" + px + "\" cy=\"" + py + "\" r=\"3.5\" fill=\"" + colour + "\"/>\n";
     }
@@ -132,19 +91,16 @@ std::string svgOf(const Plot &plot)
 {
     const Axis x = axisOf(plot, &PlotPoint::x, kLeft, kRight);
     const Axis y = axisOf(plot, &PlotPoint::y, kBottom, kTop);
-    std::string svg = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " + number(kWidth) + " " +
-                      number(kHeight) + "\" font-family=\"sans-serif\" font-size=\"13\">\n" +
-                      "<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n" +
-                      textAt(kLeft, kTop - 22, "start", plot.title) + grid(plot, x, y);
+    std::string svg = textAt(kLeft, kTop - 22, "start", plot.title) + grid(plot, x, y);
     double nameY = kTop + kLineHeight / 2;
     for (std::size_t i = 0; i < plot.lines.size(); ++i) {
-        const char *colour = kColours[i % kColours.size()];
+        const char *colour = colourOf(i);
         svg += drawn(plot.lines[i], x, y, colour);
         svg += stroke(kRight + 20, nameY - 4, kRight + 44, nameY - 4, colour, "2");
         svg += textAt(kRight + 52, nameY, "start", plot.lines[i].name);
         nameY += kLineHeight;
     }
-    return svg + "</svg>\n";
+    return svgDocument(kWidth, kHeight, svg);
 }
 
 } // namespace bench

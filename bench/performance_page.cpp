@@ -95,10 +95,11 @@ void writePage(const std::string &resultsPath, const std::string &pagePath)
     text += sizes.empty() ? "Measured in one registry only.\n\n" : sizes;
     text += "## Where the service's time goes\n\n";
     const std::string times = writePlots(timePlots(results), folder);
-    text += times.empty() ? "Not measured: `perf` was not there.\n\n"
-                          : "Samples of the processor time that the service's process takes (`perf`), while it is asked "
-                            "for each command for the same time; waiting is no part of it.\n\n" +
-                                times;
+    text += times.empty()
+                ? "Not measured: `perf` was not there.\n\n"
+                : "Samples of the processor time that the service's process takes (`perf`), while it is asked "
+                  "for each command for the same time; waiting is no part of it.\n\n" +
+                      times;
     write(page, text + "## All figures\n\n" + tablesText(results) + kHow);
 }
 

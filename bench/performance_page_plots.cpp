@@ -30,8 +30,8 @@ std::string timeLabel(double nanoseconds)
     return std::to_string(std::lround(std::stod(text))) + text.substr(unit);
 }
 
-/// The figures of a section that stand with several sizes. A figure that stands in several sections, beside several
-/// things, belongs to the first.
+/// The figures of a section that stand with several sizes, which ascend. A figure that stands in several sections
+/// belongs to the first.
 std::vector<PlotLine> linesOf(const std::vector<Result> &results, const std::string &section)
 {
     std::vector<PlotLine> lines;
@@ -44,7 +44,10 @@ std::vector<PlotLine> linesOf(const std::vector<Result> &results, const std::str
         auto line = std::ranges::find(lines, result.figure, &PlotLine::name);
         if (line == lines.end())
             line = lines.insert(line, PlotLine{result.figure, {}});
-        line->points.push_back({static_cast<double>(result.objects), result.subject.median});
+        const auto objects = static_cast<double>(result.objects);
+        // It stands once for each thing that it is beside.
+        if (line->points.empty() || line->points.back().x < objects)
+            line->points.push_back({objects, result.subject.median});
     }
     std::erase_if(lines, [](const PlotLine &line) { return line.points.size() < 2; });
     return lines;

@@ -38,10 +38,7 @@ public:
     }
     Q_DISABLE_COPY_MOVE(Orders)
 
-    [[nodiscard]] QString option() const
-    {
-        return QString::fromUtf8("--control=fifo:" + m_orders + ',' + m_answers);
-    }
+    [[nodiscard]] QString option() const { return QString::fromUtf8("--control=fifo:" + m_orders + ',' + m_answers); }
 
     /// False where perf does not answer, since it may have ended.
     [[nodiscard]] bool give(QByteArrayView order, QProcess &perf) const
@@ -68,14 +65,14 @@ private:
 std::string ownerOf(const QByteArray &library)
 {
     static constexpr std::array<std::pair<const char *, const char *>, 9> kOwners{{{"objects_server", "its own code"},
-                                                                                  {"libpq.", "libpq"},
-                                                                                  {"libQt6", "Qt"},
-                                                                                  {"[", "the kernel"},
-                                                                                  {"libc.", "C and C++ libraries"},
-                                                                                  {"libm.", "C and C++ libraries"},
-                                                                                  {"libstdc++", "C and C++ libraries"},
-                                                                                  {"libgcc_s", "C and C++ libraries"},
-                                                                                  {"ld-", "C and C++ libraries"}}};
+                                                                                   {"libpq.", "libpq"},
+                                                                                   {"libQt6", "Qt"},
+                                                                                   {"[", "the kernel"},
+                                                                                   {"libc.", "C and C++ libraries"},
+                                                                                   {"libm.", "C and C++ libraries"},
+                                                                                   {"libstdc++", "C and C++ libraries"},
+                                                                                   {"libgcc_s", "C and C++ libraries"},
+                                                                                   {"ld-", "C and C++ libraries"}}};
     for (const auto &[begin, owner] : kOwners) {
         if (library.startsWith(begin))
             return owner;

@@ -1,6 +1,10 @@
 #include "keystone/ini_lines.h"
 
+#include <algorithm>
+
 namespace {
+
+constexpr QByteArrayView kByteOrderMark = "\xEF\xBB\xBF";
 
 bool isSpace(char character)
 {
@@ -38,8 +42,12 @@ QString unescapedKey(QByteArrayView key)
 } // namespace
 
 IniLines::IniLines(QByteArrayView content)
-    : m_content(content.startsWith("\xEF\xBB\xBF") ? content.sliced(3) : content)
-{}
+    : m_content(content)
+    , m_hasMark(content.startsWith(kByteOrderMark))
+{
+    if (m_hasMark)
+        m_content = content.sliced(kByteOrderMark.size());
+}
 
 std::optional<IniLines::Assignment> IniLines::next()
 {
@@ -50,7 +58,8 @@ std::optional<IniLines::Assignment> IniLines::next()
         if (line.text.startsWith('['))
             enterSection(line.text);
         else if (line.equals >= 0)
-            return Assignment{m_section + unescapedKey(line.text.first(line.equals).trimmed()),
+            return Assignment{m_section + unescapedKey(line.indent) +
+                                  unescapedKey(line.text.first(line.equals).trimmed()),
                               line.text.sliced(line.equals + 1).trimmed()};
     }
 }
@@ -76,10 +85,16 @@ IniLines::Line IniLines::nextLine()
             ++m_position;
     };
     const auto isInLine = [](char character) { return !endsLine(character); };
+    const bool isFirst = m_position == 0;
     skip(isSpace);
+    // To QSettings this is no indentation: the mark stands before it in the line.
+    QByteArrayView indent;
+    if (m_hasMark && isFirst && std::none_of(m_content.begin(), m_content.begin() + m_position, endsLine))
+        indent = m_content.first(m_position);
     while (m_position < m_content.size() && m_content[m_position] == ';') {
         skip(isInLine);
         skip(isSpace);
+        indent = {};
     }
     const qsizetype start = m_position;
     std::optional<qsizetype> end;
@@ -110,6 +125,7 @@ IniLines::Line IniLines::nextLine()
         }
     }
     m_position = qMin(m_position, m_content.size());
+    line.indent = indent;
     line.text = m_content.sliced(start, end.value_or(m_position) - start);
     return line;
 }

@@ -27,11 +27,13 @@ private:
     {
         QByteArrayView text;
         qsizetype equals = -1; ///< where the first unquoted "=" stands in it; -1: nowhere
+        QByteArrayView indent; ///< what stands between a byte order mark and the text in its line
     };
     [[nodiscard]] Line nextLine();
     void enterSection(QByteArrayView line);
 
     QByteArrayView m_content;
+    bool m_hasMark = false;
     qsizetype m_position = 0;
     QString m_section; ///< with the slash behind it
 };

@@ -14,7 +14,7 @@ namespace {
 constexpr int kLargestFromHeap = 4 * 1024 * 1024;
 constexpr int kMostKept = 256 * 1024 * 1024;
 constexpr std::uintptr_t kPage = 4096;
-constexpr std::size_t kLittle = 8 * 1024 * 1024;
+constexpr std::size_t kLittle = 256 * 1024;
 
 } // namespace
 

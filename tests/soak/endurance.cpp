@@ -1,5 +1,7 @@
 #include "endurance.h"
 
+#include <QElapsedTimer>
+
 #include <cstdio>
 
 namespace soak {
@@ -17,6 +19,8 @@ constexpr int kCommands = 41;
 /// was seen to gain 200 KiB and the hub 150 in four minutes, places of the heap that were not used before, and nothing
 /// in the quarter of an hour behind those. Fifty bytes lost with each command of five minutes would be more than this.
 constexpr qint64 kGrowthKib = 1024;
+
+constexpr qint64 kGivenBackMs = 12000;
 
 } // namespace
 
@@ -79,8 +83,13 @@ Endurance::Figures Endurance::takeFigures()
     Figures figures;
     if (m_site.reads("BEGIN") || !m_site.works())
         m_tally.problems += "the service does not begin a new session";
+    // The service gives back every five seconds what it has freed; what it does not give back is what is looked for.
+    QElapsedTimer waiting;
+    waiting.start();
     const bool haveLetGo = support::ServiceProcess::waitUntil([&] {
         figures = {m_clock.elapsed() / 1000, m_site.serviceFigures(), m_site.hubFigures()};
+        if (figures.service.residentKib > m_start.service.residentKib + kGrowthKib && waiting.elapsed() < kGivenBackMs)
+            return false;
         return figures.service.descriptors == m_start.service.descriptors &&
                figures.hub.descriptors == m_start.hub.descriptors;
     });

@@ -77,6 +77,8 @@ void RegistryFigures::record(const Operation &operation)
             pair.other = std::make_unique<MeasuredOperation>(operation, *m_otherInstallation, pair.own.get());
         } catch (const std::runtime_error &error) {
             std::fprintf(stderr, "left out, since the other service does not do it: %s\n", error.what());
+            for (const QByteArray &text : operation.restoration)
+                m_aside.text(text);
             return;
         }
     }
@@ -87,10 +89,10 @@ void RegistryFigures::record(const Operation &operation)
                      operation.name.c_str(), m_place.objects);
 }
 
-bool RegistryFigures::serviceSees(const QByteArray &condition)
+bool RegistryFigures::sees(Link &service, const QByteArray &condition)
 {
-    m_service->send(commandFrame(kAsker, "Get_objs_by_query_v2", QString::fromUtf8("SELECT 1 WHERE " + condition)));
-    keystone::ByteReader in(answerIn(m_service->receive(), kAsker).data);
+    service.send(commandFrame(kAsker, "Get_objs_by_query_v2", QString::fromUtf8("SELECT 1 WHERE " + condition)));
+    keystone::ByteReader in(answerIn(service.receive(), kAsker).data);
     QList<qint32> numbers;
     in >> numbers;
     return numbers.size() == 1;
@@ -103,7 +105,8 @@ void RegistryFigures::set(const char *setting, const char *value)
     m_aside.text(QByteArray("ALTER SYSTEM SET ") + setting + " = '" + value + '\'');
     m_aside.text("SELECT pg_reload_conf()");
     const QDeadlineTimer deadline(kPatienceMs);
-    while (!serviceSees(condition) || PQntuples(m_database.text("SELECT 1 WHERE " + condition).get()) != 1) {
+    while (!sees(*m_service, condition) || (m_other && !sees(*m_other, condition)) ||
+           PQntuples(m_database.text("SELECT 1 WHERE " + condition).get()) != 1) {
         if (deadline.hasExpired())
             throw std::runtime_error(std::string("the database does not take ") + setting);
     }

@@ -37,7 +37,7 @@ public:
     /// Clears away the rows that were replaced, so that one round finds what the last has found.
     void tidy();
 
-    /// Lets the service see a setting and waits until it does.
+    /// Lets the services see a setting and waits until they do. That leaves their sessions as new ones are.
     void set(const char *setting, const char *value);
 
     /// Adds what was measured to the file, and how it has grown from `smallest` to here, if that is another.
@@ -73,7 +73,7 @@ private:
     [[nodiscard]] Installation installation(Link &service);
     void record(const Operation &operation);
     void add(Interleaved &measured, const Pair &pair);
-    [[nodiscard]] bool serviceSees(const QByteArray &condition);
+    [[nodiscard]] static bool sees(Link &service, const QByteArray &condition);
     [[nodiscard]] Result resultOf(const Line &line, const Interleaved &measured) const;
     void appendGrowth(const std::string &path, const Line &line, const Interleaved &measured,
                       const RegistryFigures &smallest) const;

@@ -36,12 +36,15 @@ Value integers(const QByteArray &text)
 /// In the form that costs the server least.
 Value valueOf(const QByteArray &text, Oid type)
 {
-    constexpr qsizetype kEscape = 2; // "\x"
+    constexpr QByteArrayView kHex("\\x");
     if (text.isNull())
         return Value::text(QString());
     switch (type) {
     case kBytesType:
-        return Value::bytes(QByteArray::fromHex(text.sliced(kEscape)));
+        // The session's bytea_output decides on the form.
+        if (!text.startsWith(kHex))
+            throw std::runtime_error("the server's log does not tell bytes as hexadecimal digits");
+        return Value::bytes(QByteArray::fromHex(text.sliced(kHex.size())));
     case kBigIntegerType:
         return Value::bigInteger(text.toLongLong());
     case kIntegerType:

@@ -31,7 +31,7 @@ QList<qint32> firstColumn(const database::Result &rows)
 } // namespace
 
 void WorkingAdmCommands::AdvancedSearch(int idConnect, database::Connection &db, registry::RequestReader &in,
-                                        QDataStream &out)
+                                        keystone::ByteWriter &out)
 {
     // The text is spliced in as it is: its quotes and wildcards work.
     const auto text = in.read<QString>();
@@ -49,8 +49,8 @@ void WorkingAdmCommands::AdvancedSearch(int idConnect, database::Connection &db,
     // The search for all has two columns; the other three are then empty.
     const auto column = [&](int number) { return number < rows.columnCount() ? number : -1; };
     for (int row = 0; row < rows.rowCount(); ++row) {
-        out << rows.integer(row, column(0)) << rows.bytes(row, column(1)) << rows.bytes(row, column(2))
-            << rows.text(row, column(3)) << rows.bytes(row, column(4));
+        out << rows.integer(row, column(0)) << rows.view(row, column(1)) << rows.view(row, column(2))
+            << rows.utf8(row, column(3)) << rows.view(row, column(4));
     }
 }
 

@@ -2,7 +2,6 @@
 
 #include "access/row_list.h"
 #include "access/working_adm_commands.h"
-#include "keystone/stream.h"
 #include "registry/command_call.h"
 
 #include <QColor>
@@ -30,38 +29,31 @@ constexpr int kObjectSection = 1;
 
 /// Pictures and colours are stored as clients stream them and go out as they are; `absent` stands for one that is not
 /// there.
-template <typename Absent>
-void writePacked(QDataStream &out, const database::Result &row, int column, const Absent &absent)
+void writePacked(keystone::ByteWriter &out, const database::Result &row, int column, const QByteArray &absent)
 {
-    if (row.isNull(0, column)) {
-        out << absent;
-        return;
-    }
-    const QByteArrayView stored = row.view(0, column);
-    out.writeRawData(stored.data(), static_cast<int>(stored.size()));
+    out.append(row.isNull(0, column) ? absent : row.view(0, column));
 }
 
-void writeObjects(const QString &select, database::Connection &db, QDataStream &out)
+void writeObjects(const QString &select, database::Connection &db, keystone::ByteWriter &out)
 {
+    const QByteArray noPicture = keystone::streamed(QImage());
+    const QByteArray noColour = keystone::streamed(QColor());
     writeRowList(out, db, select, FailedCount::MinusOne, [&](const database::Result &row) {
-        out << row.integer(0, 0);
-        keystone::writeBytes(out, row.view(0, 1));
-        writePacked(out, row, 2, QImage());
-        writePacked(out, row, 3, QColor());
-        writePacked(out, row, 4, QColor());
+        out << row.integer(0, 0) << row.view(0, 1);
+        writePacked(out, row, 2, noPicture);
+        writePacked(out, row, 3, noColour);
+        writePacked(out, row, 4, noColour);
     });
 }
 
-void writeGroups(database::Connection &db, QDataStream &out)
+void writeGroups(database::Connection &db, keystone::ByteWriter &out)
 {
-    writeRowList(out, db, QLatin1String(kSelectGroups), FailedCount::MinusOne, [&](const database::Result &row) {
-        out << row.integer(0, 0);
-        keystone::writeBytes(out, row.view(0, 1));
-    });
+    writeRowList(out, db, QLatin1String(kSelectGroups), FailedCount::MinusOne,
+                 [&](const database::Result &row) { out << row.integer(0, 0) << row.view(0, 1); });
 }
 
 /// Links between two numbers, of which column `first` goes out first.
-void writeLinks(const char *select, int first, database::Connection &db, QDataStream &out)
+void writeLinks(const char *select, int first, database::Connection &db, keystone::ByteWriter &out)
 {
     writeRowList(out, db, QLatin1String(select), FailedCount::MinusOne,
                  [&](const database::Result &row) { out << row.integer(0, first) << row.integer(0, 1 - first); });
@@ -69,7 +61,7 @@ void writeLinks(const char *select, int first, database::Connection &db, QDataSt
 
 } // namespace
 
-void WorkingAdmCommands::GetObjectTree(int idConnect, database::Connection &db, QDataStream &out)
+void WorkingAdmCommands::GetObjectTree(int idConnect, database::Connection &db, keystone::ByteWriter &out)
 {
     const QString select = idConnect < 1 ? QString::fromLatin1(kSelectAllObjects)
                                          : QString::fromLatin1(kSelectWatchedObjects)

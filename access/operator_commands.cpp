@@ -1,7 +1,6 @@
 #include "access/operator_commands.h"
 
 #include "access/row_list.h"
-#include "keystone/stream.h"
 #include "registry/command_call.h"
 
 namespace operators {
@@ -44,18 +43,17 @@ void getUserList(CommandCall &call)
     const int phone = rows.column("Phone");
     call.out << rows.rowCount();
     for (int row = 0; row < rows.rowCount(); ++row) {
-        call.out << rows.integer(row, id) << rows.text(row, login) << rows.text(row, password)
-                 << rows.text(row, description) << (rows.integer(row, admin) != 0) << rows.text(row, email)
-                 << rows.text(row, phone);
+        call.out << rows.integer(row, id) << rows.utf8(row, login) << rows.utf8(row, password)
+                 << rows.utf8(row, description) << (rows.integer(row, admin) != 0) << rows.utf8(row, email)
+                 << rows.utf8(row, phone);
     }
 }
 
 void getObjects(CommandCall &call)
 {
-    writeRowList(call.out, call.db, QLatin1String(kSelectNames), FailedCount::Zero, [&](const database::Result &row) {
-        call.out << row.integer(0, NamedObject);
-        keystone::writeBytes(call.out, row.view(0, ObjectName));
-    });
+    writeRowList(
+        call.out, call.db, QLatin1String(kSelectNames), FailedCount::Zero,
+        [&](const database::Result &row) { call.out << row.integer(0, NamedObject) << row.view(0, ObjectName); });
 }
 
 void getObjectCommand(CommandCall &call)
@@ -66,8 +64,8 @@ void getObjectCommand(CommandCall &call)
                                                      Value::bigInteger(kFirstRight + kind), Value::integer(kind)});
     call.out << object << rows.rowCount();
     for (int row = 0; row < rows.rowCount(); ++row) {
-        call.out << rows.bytes(row, Name) << rows.integer(row, Operation) << rows.text(row, Description)
-                 << rows.bytes(row, ExecBy) << rows.integer(row, NumParams) << rows.integer(row, Id);
+        call.out << rows.view(row, Name) << rows.integer(row, Operation) << rows.utf8(row, Description)
+                 << rows.view(row, ExecBy) << rows.integer(row, NumParams) << rows.integer(row, Id);
     }
     call.out << kind;
 }
@@ -77,7 +75,7 @@ void getCommandParams(CommandCall &call)
     const auto rows = call.db.query(kSelectParams, {Value::integer(call.in.read<qint32>())});
     call.out << rows.rowCount();
     for (int row = 0; row < rows.rowCount(); ++row)
-        call.out << rows.bytes(row, 0) << rows.text(row, 1) << rows.integer(row, 3) << rows.bytes(row, 2);
+        call.out << rows.view(row, 0) << rows.utf8(row, 1) << rows.integer(row, 3) << rows.view(row, 2);
 }
 
 void saveParams(CommandCall &call)

@@ -107,9 +107,9 @@ constexpr Group kGroups[] = {
     {"Показ объекта на карте", kMapDisplay},
 };
 
-void writeLine(QDataStream &out, qint32 id, const char *text, std::size_t following)
+void writeLine(keystone::ByteWriter &out, qint32 id, const char *text, std::size_t following)
 {
-    out << id << QByteArray(text) << static_cast<qint32>(following);
+    out << id << QByteArrayView(text) << static_cast<qint32>(following);
 }
 
 } // namespace

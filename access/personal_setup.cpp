@@ -26,7 +26,7 @@ constexpr const char *kInsertCopies =
 
 enum Section { ObjectSection = 1, LayerSection = 2, SecondObjectSection = 3, ThirdObjectSection = 4 };
 
-void writeSection(int section, const char *subjects, int idConnect, database::Connection &db, QDataStream &out)
+void writeSection(int section, const char *subjects, int idConnect, database::Connection &db, keystone::ByteWriter &out)
 {
     const QString select = QString::fromLatin1(kSelectSetup)
                                .arg(QString::number(section), QString::number(idConnect), QLatin1String(subjects));
@@ -84,7 +84,7 @@ void logAndAnnounce(CommandCall &call)
 
 } // namespace
 
-void WorkingAdmCommands::GetPersonalSetup(int type, int idConnect, database::Connection &db, QDataStream &out)
+void WorkingAdmCommands::GetPersonalSetup(int type, int idConnect, database::Connection &db, keystone::ByteWriter &out)
 {
     if (type == LayerSection)
         writeSection(LayerSection, "OpChk_Layers", idConnect, db, out);

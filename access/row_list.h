@@ -1,8 +1,7 @@
 #pragma once
 
 #include "database/connection.h"
-
-#include <QDataStream>
+#include "keystone/stream.h"
 
 #include <functional>
 
@@ -13,7 +12,7 @@ enum class FailedCount : qint32 { Zero = 0, MinusOne = -1 };
 
 /// Writes the number of rows of `select` and then each row as `writeRow` does, as they arrive: of a large result only
 /// the reply is in memory. A statement that fails, also after rows have come, leaves `failed` and no rows.
-void writeRowList(QDataStream &out, database::Connection &db, const QString &select, FailedCount failed,
+void writeRowList(keystone::ByteWriter &out, database::Connection &db, const QString &select, FailedCount failed,
                   const std::function<void(const database::Result &row)> &writeRow);
 
 } // namespace operators

@@ -44,7 +44,7 @@ MeasuredTemplate::MeasuredTemplate()
         controls.append(control(i));
 }
 
-QDataStream &operator<<(QDataStream &out, const Control &control)
+keystone::ByteWriter &operator<<(keystone::ByteWriter &out, const Control &control)
 {
     out << control.command;
     for (const ParamDesc &parameter : control.parameters)

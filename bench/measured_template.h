@@ -23,6 +23,6 @@ struct MeasuredTemplate
 };
 
 /// As commands carry it: the command, then its parameters.
-QDataStream &operator<<(QDataStream &out, const Control &control);
+keystone::ByteWriter &operator<<(keystone::ByteWriter &out, const Control &control);
 
 } // namespace bench

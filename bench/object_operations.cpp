@@ -112,7 +112,7 @@ struct Tree
     static constexpr qint32 kPlaces = 2000;
 };
 
-QDataStream &operator<<(QDataStream &out, const Tree &)
+keystone::ByteWriter &operator<<(keystone::ByteWriter &out, const Tree &)
 {
     out << Tree::kGroups;
     for (qint32 group = 1; group <= Tree::kGroups; ++group)

@@ -35,7 +35,7 @@ struct Tree
     int objects;
 };
 
-QDataStream &operator<<(QDataStream &out, const Tree &tree)
+keystone::ByteWriter &operator<<(keystone::ByteWriter &out, const Tree &tree)
 {
     const int groups = std::max(1, tree.objects / 10);
     out << qint32(groups);

@@ -1,9 +1,8 @@
 #include "bus/action_frame.h"
 
+#include "bus/colour.h"
 #include "bus/frame.h"
 #include "keystone/stream.h"
-
-#include <QtEndian>
 
 #include <utility>
 
@@ -12,27 +11,27 @@ namespace bus {
 namespace {
 
 constexpr qsizetype kLengthBytes = sizeof(qint32);
-constexpr quint32 kNull = 0xFFFFFFFF; ///< length of a block that is not there
 
 } // namespace
 
 ActionFrame::ActionFrame(const QByteArray &name)
 {
+    constexpr qsizetype kUsual = 4096; // many are shorter, and growing costs more than room
+    m_bytes.reserve(kUsual);
     keystone::ByteWriter out(&m_bytes);
-    out << qint32(0) << static_cast<quint8>(FrameType::Action) << name << name << kNull;
+    out << qint32(0) << static_cast<quint8>(FrameType::Action) << name << name << QByteArrayView();
     m_headSize = m_bytes.size();
 }
 
 QByteArray ActionFrame::take(const QColor &colour, qint32 idConnection)
 {
     const qsizetype size = dataSize();
-    QByteArray tail;
-    keystone::ByteWriter out(&tail);
-    out << colour << idConnection;
-    m_bytes.append(tail);
+    keystone::ByteWriter out(&m_bytes);
+    writeColour(out, colour);
+    out << idConnection;
     if (size > 0)
-        qToBigEndian(static_cast<quint32>(size), m_bytes.data() + m_headSize - kLengthBytes);
-    qToBigEndian(static_cast<qint32>(m_bytes.size() - kLengthBytes), m_bytes.data());
+        out.overwrite(m_headSize - kLengthBytes, static_cast<quint32>(size));
+    out.overwrite(0, static_cast<qint32>(m_bytes.size() - kLengthBytes));
     return std::exchange(m_bytes, {});
 }
 

@@ -5,7 +5,6 @@
 #include "keystone/printable_name.h"
 
 #include <QCoreApplication>
-#include <QPointer>
 
 #include <type_traits>
 
@@ -234,9 +233,22 @@ void TConnector::watchServerName()
 void TConnector::writeTo(TMyLocalSocket *link, const QByteArray &frame, qint64 waitingLimit)
 {
     const QPointer<TMyLocalSocket> alive(link);
-    link->send(frame);
+    if (m_gatherer != link)
+        sendGathered();
+    if (m_gathering) {
+        m_gatherer = link;
+        link->gather(frame);
+    } else {
+        link->send(frame);
+    }
     if (alive && link->bytesToWrite() > waitingLimit)
         cutOffReader(link);
+}
+
+void TConnector::sendGathered()
+{
+    if (m_gatherer)
+        m_gatherer->sendGathered();
 }
 
 void TConnector::cutOffReader(TMyLocalSocket *link)
@@ -354,6 +366,14 @@ void TConnector::DisconnectAdminConnection()
 
 void TConnector::SlotNewData(TMyLocalSocket *socket)
 {
+    m_gathering = true;
+    takeFrames(socket);
+    m_gathering = false;
+    sendGathered();
+}
+
+void TConnector::takeFrames(TMyLocalSocket *socket)
+{
     const QPointer<TMyLocalSocket> alive(socket);
     QByteArray body;
     while (!m_stopping) {
@@ -404,8 +424,10 @@ void TConnector::deliverData(bus::Data &frame, TMyLocalSocket *socket)
     if (frame.data.isEmpty())
         return;
     if (m_watch && m_admin->isOpen()) {
-        m_admin->send(bus::encode(bus::Action{"Watch_Arrow", QStringLiteral("%1").arg(frame.kind).toUtf8(), frame.data,
-                                              QColor(Qt::blue), kNoConnection}));
+        writeTo(m_admin,
+                bus::encode(bus::Action{"Watch_Arrow", QStringLiteral("%1").arg(frame.kind).toUtf8(), frame.data,
+                                        QColor(Qt::blue), kNoConnection}),
+                kAdminWaitingLimit);
     }
     emit NewData(frame.kind, frame.data, socket);
 }

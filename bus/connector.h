@@ -11,6 +11,7 @@
 #include <QList>
 #include <QLocalSocket>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 
 class TMyLocalServer;
@@ -67,8 +68,12 @@ public:
     /// Sends a data frame to the valid links, siblings first, whose peer name is `name`.
     void SetData(unsigned char type, const QString &name, const QByteArray &data);
 
-    /// Writes a whole frame to the administration link and flushes it. Lost while the link is down.
+    /// Sends a whole frame on the administration link. Lost while the link is down.
     void writeToAdmin(const QByteArray &frame);
+
+    /// Sends what is gathered. While the frames that have arrived are handled, those that they bring about are gathered
+    /// and go out together at the end. Whoever lets the handling wait for something else has to call this before.
+    void sendGathered();
 
     /// Ends the event loop with `code`; the frame being handled is finished, none after it is. The first call decides.
     void stop(int code);
@@ -105,6 +110,7 @@ private:
     void boundWaiting();
     void boundUnfinished();
     void writeTo(TMyLocalSocket *link, const QByteArray &frame, qint64 waitingLimit = kWaitingLimit);
+    void takeFrames(TMyLocalSocket *socket);
     void deliver(bus::Frame frame, TMyLocalSocket *socket);
     void deliverData(bus::Data &frame, TMyLocalSocket *socket);
 
@@ -120,4 +126,6 @@ private:
     bus::IncomingBound m_incomingBound;
     QList<TMyLocalSocket *> m_outgoing; ///< in the order in which the names were added
     TMyLocalSocket *m_admin;
+    bool m_gathering = false;
+    QPointer<TMyLocalSocket> m_gatherer; ///< of all links at most one has gathered frames: no other overtakes them
 };

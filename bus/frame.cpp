@@ -1,8 +1,7 @@
 #include "bus/frame.h"
 
+#include "bus/colour.h"
 #include "keystone/stream.h"
-
-#include <QtEndian>
 
 #include <utility>
 
@@ -22,8 +21,7 @@ QByteArray encodeFrame(quint8 type, qsizetype payloadBytes, WriteFields writeFie
     keystone::ByteWriter out(&bytes);
     out << qint32(0) << type;
     writeFields(out);
-    out.device()->seek(0);
-    out << qint32(bytes.size() - kLengthBytes);
+    out.overwrite(0, qint32(bytes.size() - kLengthBytes));
     return bytes;
 }
 
@@ -32,78 +30,22 @@ quint8 typeByte(FrameType type)
     return static_cast<quint8>(type);
 }
 
-/// Where a block of bytes lies in a body.
-struct Extent
+template <typename Value>
+Value next(keystone::ByteReader &in)
 {
-    qsizetype start = 0;
-    qsizetype size = 0;
-    bool isNull = false;
-};
+    Value value{};
+    in >> value;
+    return value;
+}
 
-/// Reads a body's fields as QDataStream does: what is not all there takes the rest and reads as empty or zero.
-class FieldReader
+/// The block that lies in `body`.
+QByteArray cutOut(QByteArray body, QByteArrayView block)
 {
-public:
-    explicit FieldReader(const QByteArray &body)
-        : m_body(body)
-    {}
-
-    quint8 byte() { return has(1) ? static_cast<quint8>(m_body[m_at++]) : quint8(0); }
-
-    qint32 number()
-    {
-        if (!has(sizeof(qint32)))
-            return 0;
-        return qFromBigEndian<qint32>(m_body.constData() + std::exchange(m_at, m_at + qsizetype(sizeof(qint32))));
-    }
-
-    Extent passBlock()
-    {
-        constexpr quint32 kNull = 0xFFFFFFFF;
-        const auto length = static_cast<quint32>(number());
-        if (length == kNull)
-            return {.isNull = true};
-        if (!has(length))
-            return {.isNull = true};
-        return {std::exchange(m_at, m_at + qsizetype(length)), qsizetype(length)};
-    }
-
-    QByteArray block()
-    {
-        const Extent extent = passBlock();
-        return extent.isNull ? QByteArray() : QByteArray(m_body.constData() + extent.start, extent.size);
-    }
-
-    QColor colour()
-    {
-        keystone::ByteReader in(m_body);
-        in.device()->seek(m_at);
-        QColor colour;
-        in >> colour;
-        m_at = in.device()->pos();
-        return colour;
-    }
-
-private:
-    /// Goes to the end where fewer bytes are left.
-    bool has(qsizetype size)
-    {
-        if (size <= m_body.size() - m_at)
-            return true;
-        m_at = m_body.size();
-        return false;
-    }
-
-    const QByteArray &m_body;
-    qsizetype m_at = 0;
-};
-
-QByteArray cutOut(QByteArray body, const Extent &extent)
-{
-    if (extent.isNull)
+    if (block.isNull())
         return {};
-    body.truncate(extent.start + extent.size);
-    body.remove(0, extent.start);
+    const qsizetype start = block.data() - body.constData();
+    body.truncate(start + block.size());
+    body.remove(0, start);
     return body.isEmpty() ? QByteArray("") : body;
 }
 
@@ -111,68 +53,67 @@ QByteArray cutOut(QByteArray body, const Extent &extent)
 
 QByteArray encode(const Greeting &frame)
 {
-    return encodeFrame(typeByte(FrameType::Greeting), frame.name.size(), [&](QDataStream &out) { out << frame.name; });
+    return encodeFrame(typeByte(FrameType::Greeting), frame.name.size(), [&](keystone::ByteWriter &out) { out << frame.name; });
 }
 
 QByteArray encode(const Action &frame)
 {
     const qsizetype payload = frame.action.size() + frame.message.size() + frame.data.size();
-    return encodeFrame(typeByte(FrameType::Action), payload, [&](QDataStream &out) {
-        out << frame.action << frame.message << frame.data << frame.colour << frame.idConnection;
+    return encodeFrame(typeByte(FrameType::Action), payload, [&](keystone::ByteWriter &out) {
+        out << frame.action << frame.message << frame.data;
+        writeColour(out, frame.colour);
+        out << frame.idConnection;
     });
 }
 
 QByteArray encode(const Command &frame)
 {
     return encodeFrame(typeByte(FrameType::Command), frame.name.size() + frame.data.size(),
-                       [&](QDataStream &out) { out << frame.name << frame.data << frame.idConnection; });
+                       [&](keystone::ByteWriter &out) { out << frame.name << frame.data << frame.idConnection; });
 }
 
 QByteArray encode(const BusMessage &frame)
 {
     return encodeFrame(typeByte(FrameType::BusMessage), frame.iface.size() + frame.data.size(),
-                       [&](QDataStream &out) { out << frame.iface << frame.data << frame.idConnect; });
+                       [&](keystone::ByteWriter &out) { out << frame.iface << frame.data << frame.idConnect; });
 }
 
 QByteArray encode(const Data &frame)
 {
-    return encodeFrame(frame.kind, frame.data.size(), [&](QDataStream &out) { out << frame.data; });
+    return encodeFrame(frame.kind, frame.data.size(), [&](keystone::ByteWriter &out) { out << frame.data; });
 }
 
 Frame decode(QByteArray body)
 {
-    FieldReader in(body);
-    const quint8 type = in.byte();
+    keystone::ByteReader in(body);
+    const auto type = next<quint8>(in);
     switch (static_cast<FrameType>(type)) {
     case FrameType::Greeting:
-        return Greeting{in.block()};
+        return Greeting{next<QByteArray>(in)};
     case FrameType::Action: {
         Action frame;
-        frame.action = in.block();
-        frame.message = in.block();
-        const auto data = in.passBlock();
-        frame.colour = in.colour();
-        frame.idConnection = in.number();
+        in >> frame.action >> frame.message;
+        const auto data = in.readBlock();
+        frame.colour = readColour(in);
+        in >> frame.idConnection;
         frame.data = cutOut(std::move(body), data);
         return frame;
     }
     case FrameType::Command: {
         Command frame;
-        frame.name = in.block();
-        const auto data = in.passBlock();
-        frame.idConnection = in.number();
+        in >> frame.name;
+        const auto data = in.readBlock();
+        in >> frame.idConnection;
         frame.data = cutOut(std::move(body), data);
         return frame;
     }
     case FrameType::BusMessage: {
         BusMessage frame;
-        frame.iface = in.block();
-        frame.data = in.block();
-        frame.idConnect = in.number();
+        in >> frame.iface >> frame.data >> frame.idConnect;
         return frame;
     }
     }
-    return Data{type, in.block()};
+    return Data{type, next<QByteArray>(in)};
 }
 
 } // namespace bus

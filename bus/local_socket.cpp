@@ -1,8 +1,19 @@
 #include "bus/local_socket.h"
 
 #include <cerrno>
+#include <utility>
 
 #include <sys/socket.h>
+
+namespace {
+
+/// Most bytes that are kept back to be sent together.
+constexpr qsizetype kMostGathered = 64 * 1024;
+
+/// Copying a larger frame to the others costs more than a system call of its own.
+constexpr qsizetype kLargestGathered = 8 * 1024;
+
+} // namespace
 
 TMyLocalSocket::TMyLocalSocket(QObject *parent)
     : QLocalSocket(parent)
@@ -21,19 +32,42 @@ TMyLocalSocket::~TMyLocalSocket()
 // a buffer of its own and register with the event loop for it.
 void TMyLocalSocket::send(const QByteArray &frame)
 {
-    const qint64 sent = bytesToWrite() == 0 ? sendNow(frame) : 0;
+    sendGathered();
+    sendOrWait(frame);
+}
+
+void TMyLocalSocket::gather(const QByteArray &frame)
+{
+    if (frame.size() > kLargestGathered) {
+        send(frame);
+        return;
+    }
+    m_gathered += frame;
+    if (m_gathered.size() > kMostGathered)
+        sendGathered();
+}
+
+void TMyLocalSocket::sendGathered()
+{
+    if (!m_gathered.isEmpty())
+        sendOrWait(std::exchange(m_gathered, {}));
+}
+
+void TMyLocalSocket::sendOrWait(const QByteArray &frames)
+{
+    const qint64 sent = bytesToWrite() == 0 ? sendNow(frames) : 0;
     if (sent < 0) {
         // QLocalSocket meets the same error and tells of it.
-        write(frame);
+        write(frames);
         flush();
         return;
     }
-    if (sent == frame.size())
+    if (sent == frames.size())
         return;
     if (m_waiting.isEmpty())
         m_sentOfFirst = qsizetype(sent);
-    m_waiting.append(frame);
-    m_waitingBytes += frame.size() - sent;
+    m_waiting.append(frames);
+    m_waitingBytes += frames.size() - sent;
     if (!m_writable) {
         m_writable = std::make_unique<QSocketNotifier>(socketDescriptor(), QSocketNotifier::Write);
         connect(m_writable.get(), &QSocketNotifier::activated, this, &TMyLocalSocket::sendWaiting);
@@ -63,13 +97,19 @@ void TMyLocalSocket::sendWaiting()
         m_sentOfFirst = 0;
     }
     if (m_waiting.isEmpty())
-        dropWaiting();
+        stopWaiting();
 }
 
 void TMyLocalSocket::dropWaiting()
 {
+    m_gathered.clear();
     m_waiting.clear();
     m_waitingBytes = 0;
+    stopWaiting();
+}
+
+void TMyLocalSocket::stopWaiting()
+{
     if (!m_writable)
         return;
     m_writable->setEnabled(false);

@@ -30,8 +30,16 @@ public:
     /// more. A peer that has gone is noticed here and now, by the signals of a socket.
     void send(const QByteArray &frame);
 
-    /// Of what was sent, the bytes that the peer's socket has not taken yet.
-    [[nodiscard]] qint64 bytesToWrite() const override { return QLocalSocket::bytesToWrite() + m_waitingBytes; }
+    /// The same for one of several frames in a row: a small one is kept back until sendGathered(), or until the next one
+    /// that is sent.
+    void gather(const QByteArray &frame);
+    void sendGathered();
+
+    /// Of what was sent or gathered, the bytes that the peer's socket has not taken yet.
+    [[nodiscard]] qint64 bytesToWrite() const override
+    {
+        return QLocalSocket::bytesToWrite() + m_waitingBytes + m_gathered.size();
+    }
 
 signals:
     void NewData(TMyLocalSocket *socket);
@@ -41,9 +49,12 @@ private slots:
 
 private:
     [[nodiscard]] qint64 sendNow(QByteArrayView bytes);
+    void sendOrWait(const QByteArray &frames);
     void sendWaiting();
     void dropWaiting();
+    void stopWaiting();
 
+    QByteArray m_gathered;       ///< frames
     QList<QByteArray> m_waiting; ///< frames
     qsizetype m_sentOfFirst = 0; ///< bytes of the first of them
     qint64 m_waitingBytes = 0;

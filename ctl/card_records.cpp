@@ -55,24 +55,24 @@ Result<Card> decodeCard(const QByteArray &reply, qint32 object)
     qint32 answered = 0;
     qint32 count = 0;
     in >> answered >> count;
-    if (in.status() != QDataStream::Ok)
+    if (!in.ok())
         return broken(QStringLiteral("it has only %1 bytes").arg(reply.size()));
     if (answered != object)
         return broken(QStringLiteral("it is about object %1, not %2").arg(answered).arg(object));
     if (count < 0 || !keystone::mayHold(in, quint32(count), kSmallestProperty)) {
         return broken(
-            QStringLiteral("it promises %1 properties in %2 bytes").arg(count).arg(in.device()->bytesAvailable()));
+            QStringLiteral("it promises %1 properties in %2 bytes").arg(count).arg(in.bytesLeft()));
     }
     Card card;
     for (qint32 index = 0; index < count; ++index) {
         CardsProperty property;
         in >> property;
-        if (in.status() != QDataStream::Ok)
+        if (!in.ok())
             return broken(QStringLiteral("it ends within property %1 of %2").arg(index + 1).arg(count));
         card.append(property);
     }
     if (!in.atEnd())
-        return broken(QStringLiteral("%1 bytes are left after its last property").arg(in.device()->bytesAvailable()));
+        return broken(QStringLiteral("%1 bytes are left after its last property").arg(in.bytesLeft()));
     return card;
 }
 

@@ -68,7 +68,7 @@ RemoteCommand readCommand(ReplyReader &in)
     return command;
 }
 
-void writeCommand(QDataStream &out, const RemoteCommand &command)
+void writeCommand(keystone::ByteWriter &out, const RemoteCommand &command)
 {
     CmdDesc head = command.head;
     head.numParams = qint32(command.params.size());

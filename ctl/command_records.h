@@ -29,7 +29,7 @@ inline constexpr int kSmallestParam = 20;
 [[nodiscard]] RemoteCommand readCommand(ReplyReader &in);
 
 /// Writes what readCommand() reads.
-void writeCommand(QDataStream &out, const RemoteCommand &command);
+void writeCommand(keystone::ByteWriter &out, const RemoteCommand &command);
 
 /// Decodes an answer of "Get_command_desc_v2". An answer that is short, too long, promises more than it holds or is
 /// about another object is a failure.

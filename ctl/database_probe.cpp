@@ -13,7 +13,7 @@ Outcome probeDatabase(Session &session)
     keystone::ByteReader in(reply->data);
     qint32 count = -1;
     in >> count;
-    if (in.status() == QDataStream::Ok && count >= 0)
+    if (in.ok() && count >= 0)
         return std::nullopt;
     return Failure{QStringLiteral("the service cannot read from its database, so that the change cannot be confirmed: "
                                   "its log says why")};

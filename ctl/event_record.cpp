@@ -11,7 +11,7 @@ std::optional<EventRecord> decodeEvent(const QByteArray &data)
     MobData head;
     EventRecord record;
     in >> head >> record.text >> record.level;
-    if (in.status() != QDataStream::Ok || !in.atEnd())
+    if (!in.ok() || !in.atEnd())
         return std::nullopt;
     record.time = head.time;
     return record;

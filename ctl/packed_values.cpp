@@ -1,9 +1,5 @@
 #include "ctl/packed_values.h"
 
-#include "keystone/stream.h"
-
-#include <array>
-
 namespace ctl {
 namespace {
 
@@ -16,28 +12,27 @@ constexpr int kColourBytes = 11;
 
 /// Reads what a picture begins with. Pictures stream as 1 and a PNG file, whose size stands in its first block; a
 /// picture that is none is 0 alone.
-std::optional<QSize> readPictureHead(QDataStream &in)
+std::optional<QSize> readPictureHead(keystone::ByteReader &in)
 {
     qint32 present = 0;
     in >> present;
-    if (in.status() == QDataStream::Ok && present == 0)
+    if (in.ok() && present == 0)
         return QSize();
     quint64 signature = 0;
     quint64 firstBlock = 0;
     qint32 width = 0;
     qint32 height = 0;
     in >> signature >> firstBlock >> width >> height;
-    if (in.status() != QDataStream::Ok || present != 1 || signature != kPngSignature || firstBlock != kPngHeader)
+    if (!in.ok() || present != 1 || signature != kPngSignature || firstBlock != kPngHeader)
         return std::nullopt;
     if (width < 1 || height < 1)
         return std::nullopt;
     return QSize(width, height);
 }
 
-bool skip(QDataStream &in, qint64 bytes)
+bool skip(keystone::ByteReader &in, qsizetype bytes)
 {
-    QIODevice *device = in.device();
-    return bytes <= device->bytesAvailable() && device->seek(device->pos() + bytes);
+    return !in.take(bytes).isNull();
 }
 
 } // namespace
@@ -63,7 +58,7 @@ std::optional<QString> colourForPeople(const QByteArray &value)
     return colour->isValid() ? colourName(*colour) : QStringLiteral("no colour");
 }
 
-std::optional<QSize> readPicture(QDataStream &in)
+std::optional<QSize> readPicture(keystone::ByteReader &in)
 {
     const auto size = readPictureHead(in);
     if (!size || !size->isValid())
@@ -75,23 +70,19 @@ std::optional<QSize> readPicture(QDataStream &in)
     while (name != kPngEnd) {
         quint32 length = 0;
         in >> length >> name;
-        if (in.status() != QDataStream::Ok || !skip(in, qint64(length) + kChecksum))
+        if (!in.ok() || !skip(in, qsizetype(length) + kChecksum))
             return std::nullopt;
     }
     return size;
 }
 
-std::optional<QColor> readColour(QDataStream &in)
+std::optional<QColor> readColour(keystone::ByteReader &in)
 {
     constexpr char lastSpec = QColor::ExtendedRgb;
-    std::array<char, kColourBytes> bytes{};
-    if (in.readRawData(bytes.data(), kColourBytes) != kColourBytes || bytes[0] < 0 || bytes[0] > lastSpec)
+    const QByteArrayView bytes = in.take(kColourBytes);
+    if (bytes.isNull() || bytes[0] < 0 || bytes[0] > lastSpec)
         return std::nullopt;
-    const QByteArray value(bytes.data(), kColourBytes);
-    keystone::ByteReader packed(value);
-    QColor colour;
-    packed >> colour;
-    return colour;
+    return keystone::fromStreamed<QColor>(bytes);
 }
 
 QString colourName(const QColor &colour)

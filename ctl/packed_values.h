@@ -1,8 +1,9 @@
 #pragma once
 
+#include "keystone/stream.h"
+
 #include <QByteArray>
 #include <QColor>
-#include <QDataStream>
 #include <QSize>
 #include <QString>
 
@@ -19,10 +20,10 @@ namespace ctl {
 
 /// Reads past a QImage that stands in a stream and gives its size; an invalid size for no picture. The points are
 /// not decoded, so a picture takes no more memory here than its file.
-[[nodiscard]] std::optional<QSize> readPicture(QDataStream &in);
+[[nodiscard]] std::optional<QSize> readPicture(keystone::ByteReader &in);
 
 /// Reads a QColor; an invalid one for no colour.
-[[nodiscard]] std::optional<QColor> readColour(QDataStream &in);
+[[nodiscard]] std::optional<QColor> readColour(keystone::ByteReader &in);
 
 /// "#rrggbb" ("#aarrggbb" when not opaque).
 [[nodiscard]] QString colourName(const QColor &colour);

@@ -21,7 +21,7 @@ qint32 ReplyReader::countOrFailed(int minBytes, const char *things)
     if (number < -1 || (number > 0 && !keystone::mayHold(m_in, quint32(number), minBytes))) {
         refuse(
             QStringLiteral("it promises %1 %2 in %3 bytes")
-                .arg(QString::number(number), QLatin1String(things), QString::number(m_in.device()->bytesAvailable())));
+                .arg(QString::number(number), QLatin1String(things), QString::number(m_in.bytesLeft())));
         return 0;
     }
     return number;
@@ -45,12 +45,11 @@ Outcome ReplyReader::end()
 {
     if (m_failure)
         return m_failure;
-    const QIODevice *device = m_in.device();
-    if (m_in.status() != QDataStream::Ok)
+    if (!m_in.ok())
         return Failure{QStringLiteral("the service's answer cannot be read: it ends too early, after %1 bytes")
-                           .arg(device->size())};
+                           .arg(m_in.size())};
     if (!m_in.atEnd())
-        refuse(QStringLiteral("%1 bytes are left after its end").arg(device->bytesAvailable()));
+        refuse(QStringLiteral("%1 bytes are left after its end").arg(m_in.bytesLeft()));
     return m_failure;
 }
 

@@ -39,13 +39,13 @@ public:
     void refuse(const QString &what);
 
     /// True once something was refused or the answer has ended too early; loops over records stop there.
-    [[nodiscard]] bool failed() const { return m_failure || m_in.status() != QDataStream::Ok; }
+    [[nodiscard]] bool failed() const { return m_failure || !m_in.ok(); }
 
     /// Nothing when all was read and all was well. Call it last.
     [[nodiscard]] Outcome end();
 
     /// For forms that no function here reads.
-    [[nodiscard]] QDataStream &stream() { return m_in; }
+    [[nodiscard]] keystone::ByteReader &stream() { return m_in; }
 
 private:
     keystone::ByteReader m_in;

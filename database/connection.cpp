@@ -165,6 +165,7 @@ bool Connection::open()
         return false;
     m_native = nullptr;
     db.close();
+    aboutToWait();
     QElapsedTimer taken;
     taken.start();
     if (!db.open()) {
@@ -236,6 +237,7 @@ bool Connection::send(Add add, const QByteArray &text, const QList<Value> &value
 /// The outcome of the statement sent last; those before it have then been told of.
 PGresult *Connection::takeAllButLast()
 {
+    aboutToWait();
     PGresult *outcome = m_queue.takeOldest(m_native, m_statementTimeout);
     while (!m_queue.isEmpty()) {
         take(outcome);
@@ -262,6 +264,7 @@ bool Connection::forEachRow(const QString &text, const std::function<void(const 
     settle();
     if (!send(&StatementQueue::addOnce, text.toUtf8(), {}))
         return false;
+    aboutToWait();
     const auto takeResult = [&](PGresult *row) { takeRow(Result(row)); };
     return take(leavePipeline(m_queue.takeOldestByRows(m_native, m_statementTimeout, takeResult))).ok();
 }
@@ -294,10 +297,18 @@ Result Connection::foreignScript(const QString &text)
 PGresult *Connection::run(const QByteArray &text)
 {
     PGresult *result = nullptr;
-    if (PQsendQuery(m_native, text.constData()) == 1)
+    if (PQsendQuery(m_native, text.constData()) == 1) {
+        aboutToWait();
         result = lastResult(m_native, m_statementTimeout);
+    }
     noteAbandoned();
     return result;
+}
+
+void Connection::aboutToWait() const
+{
+    if (m_onWait)
+        m_onWait();
 }
 
 /// A session that was given up may still be at work, holding locks.

@@ -43,6 +43,9 @@ public:
     /// Called once per outage, with the reason why opening failed.
     void onUnavailable(Observer observer) { m_onUnavailable = std::move(observer); }
 
+    /// Called when a command is about to wait for the server.
+    void onWait(std::function<void()> observer) { m_onWait = std::move(observer); }
+
     /// The outage that is on has been told already.
     void outageIsKnown() { m_outageTold = true; }
 
@@ -111,6 +114,7 @@ private:
     PGresult *takeAllButLast();
     PGresult *leavePipeline(PGresult *outcome);
     PGresult *run(const QByteArray &text);
+    void aboutToWait() const;
     void noteAbandoned();
     [[nodiscard]] QSqlError notOpenError() const;
     Result take(PGresult *result);
@@ -133,6 +137,7 @@ private:
     Observer m_onUnavailable;
     std::function<void()> m_onLost;
     std::function<void()> m_onOpened;
+    std::function<void()> m_onWait;
 };
 
 } // namespace database

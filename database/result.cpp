@@ -11,7 +11,6 @@ namespace {
 
 constexpr Oid kBooleanType = 16;
 constexpr char16_t kLastLatin1 = 255;
-constexpr int kTextFormat = 0;
 
 /// Scripts give their results as text, of whatever type a client has asked for.
 qint32 numberFromText(const char *text)
@@ -30,6 +29,7 @@ qint32 numberFromText(const char *text)
 
 Result::Result(PGresult *result)
     : m_result(result)
+    , m_binary(result && PQbinaryTuples(result) != 0)
 {}
 
 int Result::rowCount() const
@@ -58,12 +58,13 @@ bool Result::isNull(int row, int column) const
 
 qint32 Result::integer(int row, int column) const
 {
-    if (isNull(row, column))
+    const QByteArrayView bytes = view(row, column);
+    if (bytes.isNull())
         return 0;
-    const char *value = PQgetvalue(m_result.get(), row, column);
-    if (PQfformat(m_result.get(), column) == kTextFormat)
+    const char *value = bytes.data();
+    if (!m_binary)
         return numberFromText(value);
-    switch (PQgetlength(m_result.get(), row, column)) {
+    switch (bytes.size()) {
     case 1:
         return *value;
     case 2:
@@ -100,32 +101,34 @@ QList<qint32> Result::integers(int row, int column) const
 
 QString Result::text(int row, int column) const
 {
-    if (isNull(row, column))
-        return {};
-    return QString::fromUtf8(PQgetvalue(m_result.get(), row, column), PQgetlength(m_result.get(), row, column));
+    const QByteArrayView value = view(row, column);
+    return value.isNull() ? QString() : QString::fromUtf8(value);
 }
 
 QByteArray Result::bytes(int row, int column) const
 {
-    if (isNull(row, column))
-        return {};
     return view(row, column).toByteArray();
 }
 
 QByteArrayView Result::view(int row, int column) const
 {
-    if (isNull(row, column))
+    const int length = column < 0 ? 0 : PQgetlength(m_result.get(), row, column);
+    if (length == 0 && isNull(row, column))
         return {};
-    return {PQgetvalue(m_result.get(), row, column), PQgetlength(m_result.get(), row, column)};
+    return {PQgetvalue(m_result.get(), row, column), length};
 }
 
 qint16 Result::character(int row, int column) const
 {
-    if (isNull(row, column))
+    const QByteArrayView bytes = view(row, column);
+    if (bytes.isNull())
         return 0;
     if (PQftype(m_result.get(), column) == kBooleanType)
         return integer(row, column) != 0 ? 't' : 'f';
-    const QString value = text(row, column);
+    const auto first = bytes.isEmpty() ? char(0) : bytes.front();
+    if (static_cast<quint8>(first) < 0x80)
+        return first;
+    const QString value = QString::fromUtf8(bytes);
     return value.isEmpty() || value.front().unicode() > kLastLatin1 ? qint16(0)
                                                                     : static_cast<qint16>(value.front().unicode());
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "keystone/stream.h"
+
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QList>
@@ -41,6 +43,9 @@ public:
     /// Null for NULL, which an empty text is not.
     [[nodiscard]] QString text(int row, int column) const;
 
+    /// The same as the server sent it, for a reply; as long as the result lives.
+    [[nodiscard]] keystone::Utf8 utf8(int row, int column) const { return {view(row, column)}; }
+
     /// Null for NULL, which an empty value is not.
     [[nodiscard]] QByteArray bytes(int row, int column) const;
 
@@ -58,6 +63,7 @@ private:
     };
 
     std::unique_ptr<PGresult, Clear> m_result;
+    bool m_binary = false;
 };
 
 } // namespace database

@@ -6,7 +6,7 @@ constexpr int kUnusedHeadFields = 5;
 
 } // namespace
 
-QDataStream &operator<<(QDataStream &out, const MobData &record)
+keystone::ByteWriter &operator<<(keystone::ByteWriter &out, const MobData &record)
 {
     for (int field = 0; field < kUnusedHeadFields; ++field)
         out << qint32(0);
@@ -14,7 +14,7 @@ QDataStream &operator<<(QDataStream &out, const MobData &record)
     return out << record.time << sensorCount;
 }
 
-QDataStream &operator>>(QDataStream &in, MobData &record)
+keystone::ByteReader &operator>>(keystone::ByteReader &in, MobData &record)
 {
     qint32 unused = 0;
     for (int field = 0; field < kUnusedHeadFields; ++field)
@@ -22,6 +22,6 @@ QDataStream &operator>>(QDataStream &in, MobData &record)
     quint32 sensorCount = 0;
     in >> record.time >> sensorCount;
     if (sensorCount != 0)
-        in.setStatus(QDataStream::ReadCorruptData);
+        in.fail();
     return in;
 }

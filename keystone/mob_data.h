@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QDataStream>
+#include "keystone/stream.h"
 
 /// Head of an event-log record: the installation's monitoring record, of which this service fills only the time.
 ///
@@ -10,7 +10,7 @@ struct MobData
     quint32 time = 0; ///< seconds since 1970-01-01 00:00 UTC
 };
 
-QDataStream &operator<<(QDataStream &out, const MobData &record);
+keystone::ByteWriter &operator<<(keystone::ByteWriter &out, const MobData &record);
 
 /// A record that carries sensor readings cannot be read here: the stream's status becomes ReadCorruptData.
-QDataStream &operator>>(QDataStream &in, MobData &record);
+keystone::ByteReader &operator>>(keystone::ByteReader &in, MobData &record);

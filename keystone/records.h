@@ -1,7 +1,8 @@
 #pragma once
 
+#include "keystone/stream.h"
+
 #include <QByteArray>
-#include <QDataStream>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -56,11 +57,11 @@ struct ParamDesc
     qint32 id = 0; ///< row key when read from the database; never written
 };
 
-QDataStream &operator<<(QDataStream &out, const CardsProperty &record);
-QDataStream &operator>>(QDataStream &in, CardsProperty &record);
-QDataStream &operator<<(QDataStream &out, const SensorInfoX &record);
-QDataStream &operator>>(QDataStream &in, SensorInfoX &record);
-QDataStream &operator<<(QDataStream &out, const CmdDesc &record);
-QDataStream &operator>>(QDataStream &in, CmdDesc &record);
-QDataStream &operator<<(QDataStream &out, const ParamDesc &record);
-QDataStream &operator>>(QDataStream &in, ParamDesc &record);
+keystone::ByteWriter &operator<<(keystone::ByteWriter &out, const CardsProperty &record);
+keystone::ByteReader &operator>>(keystone::ByteReader &in, CardsProperty &record);
+keystone::ByteWriter &operator<<(keystone::ByteWriter &out, const SensorInfoX &record);
+keystone::ByteReader &operator>>(keystone::ByteReader &in, SensorInfoX &record);
+keystone::ByteWriter &operator<<(keystone::ByteWriter &out, const CmdDesc &record);
+keystone::ByteReader &operator>>(keystone::ByteReader &in, CmdDesc &record);
+keystone::ByteWriter &operator<<(keystone::ByteWriter &out, const ParamDesc &record);
+keystone::ByteReader &operator>>(keystone::ByteReader &in, ParamDesc &record);

@@ -1,14 +1,12 @@
 #include "records/record_rows.h"
 
-#include "keystone/stream.h"
-
 namespace records {
 
 using database::Value;
 
 namespace {
 
-constexpr QLatin1Char kEnumSeparator(';');
+constexpr char kEnumSeparator = ';';
 
 QString characterText(qint16 code)
 {
@@ -29,21 +27,20 @@ Value kindFlag(qint16 code)
 
 } // namespace
 
-QList<CardsProperty> cardFromRows(const database::Result &rows)
+CardRows::CardRows(const database::Result &rows)
+    : m_rows(rows)
+    , m_id(rows.column("Id"))
+    , m_name(rows.column("Name"))
+    , m_description(rows.column("Description"))
+    , m_type(rows.column("Type"))
+    , m_value(rows.column("Value"))
+    , m_visible(rows.column("Visible"))
+{}
+
+void CardRows::write(keystone::ByteWriter &out, int row, qint32 id) const
 {
-    const int id = rows.column("Id");
-    const int name = rows.column("Name");
-    const int description = rows.column("Description");
-    const int type = rows.column("Type");
-    const int value = rows.column("Value");
-    const int visible = rows.column("Visible");
-    QList<CardsProperty> card;
-    card.reserve(rows.rowCount());
-    for (int row = 0; row < rows.rowCount(); ++row) {
-        card.append({rows.integer(row, id), rows.text(row, name), rows.text(row, description), rows.integer(row, type),
-                     rows.bytes(row, value), rows.character(row, visible)});
-    }
-    return card;
+    out << id << m_rows.utf8(row, m_name) << m_rows.utf8(row, m_description) << m_rows.integer(row, m_type)
+        << m_rows.view(row, m_value) << m_rows.character(row, m_visible);
 }
 
 QList<Value> bind(qint32 object, const CardsProperty &property)
@@ -52,24 +49,24 @@ QList<Value> bind(qint32 object, const CardsProperty &property)
             Value::integer(property.type), Value::bytes(property.value), visibleFlag(property.visible)};
 }
 
-QList<SensorInfoX> sensorsFromRows(const database::Result &rows)
+SensorRows::SensorRows(const database::Result &rows)
+    : m_rows(rows)
+    , m_name(rows.column("Name"))
+    , m_measure(rows.column("Measure"))
+    , m_quality(rows.column("Quality"))
+    , m_type(rows.column("Type"))
+    , m_vid(rows.column("Vid"))
+    , m_labels(rows.column("Enum"))
+    , m_calculate(rows.column("Calculate"))
+    , m_rate(rows.column("Rate"))
+{}
+
+void SensorRows::write(keystone::ByteWriter &out, int row) const
 {
-    const int name = rows.column("Name");
-    const int measure = rows.column("Measure");
-    const int quality = rows.column("Quality");
-    const int type = rows.column("Type");
-    const int vid = rows.column("Vid");
-    const int labels = rows.column("Enum");
-    const int calculate = rows.column("Calculate");
-    const int rate = rows.column("Rate");
-    QList<SensorInfoX> sensors;
-    sensors.reserve(rows.rowCount());
-    for (int row = 0; row < rows.rowCount(); ++row) {
-        sensors.append({rows.text(row, name), rows.text(row, measure), rows.integer(row, quality),
-                        static_cast<qint16>(rows.integer(row, type)), rows.character(row, vid),
-                        enumLabels(rows.text(row, labels)), rows.text(row, calculate), rows.bytes(row, rate)});
-    }
-    return sensors;
+    out << m_rows.utf8(row, m_name) << m_rows.utf8(row, m_measure) << m_rows.integer(row, m_quality)
+        << static_cast<qint16>(m_rows.integer(row, m_type)) << m_rows.character(row, m_vid)
+        << keystone::Utf8List{m_rows.view(row, m_labels), kEnumSeparator} << m_rows.utf8(row, m_calculate)
+        << m_rows.view(row, m_rate);
 }
 
 QList<Value> bind(qint32 object, const SensorInfoX &sensor)
@@ -95,13 +92,8 @@ QList<Value> bind(qint32 command, const ParamDesc &parameter)
 
 QString enumText(const QStringList &labels)
 {
-    const QString text = labels.join(kEnumSeparator);
+    const QString text = labels.join(QLatin1Char(kEnumSeparator));
     return text.isNull() ? QStringLiteral("") : text;
-}
-
-QStringList enumLabels(const QString &text)
-{
-    return text.split(kEnumSeparator, Qt::KeepEmptyParts);
 }
 
 QByteArray pack(const CardsProperty &property)
@@ -112,7 +104,7 @@ QByteArray pack(const CardsProperty &property)
     return packed;
 }
 
-void unpack(const QByteArray &packed, CardsProperty &property)
+void unpack(QByteArrayView packed, CardsProperty &property)
 {
     keystone::ByteReader in(packed);
     in >> property.type >> property.value >> property.visible;
@@ -127,7 +119,7 @@ QByteArray pack(const SensorInfoX &sensor)
     return packed;
 }
 
-void unpack(const QByteArray &packed, SensorInfoX &sensor)
+void unpack(QByteArrayView packed, SensorInfoX &sensor)
 {
     keystone::ByteReader in(packed);
     in >> sensor.measure >> sensor.quality >> sensor.type >> sensor.vid;
@@ -143,7 +135,7 @@ QByteArray pack(const CmdDesc &command)
     return packed;
 }
 
-void unpack(const QByteArray &packed, CmdDesc &command)
+void unpack(QByteArrayView packed, CmdDesc &command)
 {
     keystone::ByteReader in(packed);
     in >> command.operation >> command.execBy;
@@ -157,7 +149,7 @@ QByteArray pack(const ParamDesc &parameter)
     return packed;
 }
 
-void unpack(const QByteArray &packed, ParamDesc &parameter)
+void unpack(QByteArrayView packed, ParamDesc &parameter)
 {
     keystone::ByteReader in(packed);
     in >> parameter.value >> parameter.type;

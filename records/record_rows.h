@@ -3,6 +3,7 @@
 #include "database/result.h"
 #include "database/value.h"
 #include "keystone/records.h"
+#include "keystone/stream.h"
 
 #include <QByteArray>
 #include <QList>
@@ -13,15 +14,51 @@
 /// left alone. Bytes that end early unpack to zero and empty fields.
 namespace records {
 
-/// A card in the order of its rows. The columns are those of "Objects_property".
-[[nodiscard]] QList<CardsProperty> cardFromRows(const database::Result &rows);
+/// A card as its rows come, to be written into a reply. The columns are those of "Objects_property". The rows must
+/// outlive this.
+class CardRows
+{
+public:
+    explicit CardRows(const database::Result &rows);
+
+    /// Writes a CardsProperty. `id` is its row key or what stands for one.
+    void write(keystone::ByteWriter &out, int row, qint32 id) const;
+    void write(keystone::ByteWriter &out, int row) const { write(out, row, m_rows.integer(row, m_id)); }
+
+private:
+    const database::Result &m_rows;
+    int m_id;
+    int m_name;
+    int m_description;
+    int m_type;
+    int m_value;
+    int m_visible;
+};
 
 /// The binds of the statement that inserts a property of object `object`: "Id_objects", "Name", "Description", "Type",
 /// "Value", "Visible".
 [[nodiscard]] QList<database::Value> bind(qint32 object, const CardsProperty &property);
 
-/// An object's sensors in the order of their rows. The columns are those of "Sensors".
-[[nodiscard]] QList<SensorInfoX> sensorsFromRows(const database::Result &rows);
+/// The same for an object's sensors. The columns are those of "Sensors".
+class SensorRows
+{
+public:
+    explicit SensorRows(const database::Result &rows);
+
+    /// Writes a SensorInfoX.
+    void write(keystone::ByteWriter &out, int row) const;
+
+private:
+    const database::Result &m_rows;
+    int m_name;
+    int m_measure;
+    int m_quality;
+    int m_type;
+    int m_vid;
+    int m_labels;
+    int m_calculate;
+    int m_rate;
+};
 
 /// The binds of the statement that inserts a sensor of object `object`: "Id_objects", "Name", "Measure", "Type",
 /// "Calculate", "Vid", "Quality", "Enum", "Rate".
@@ -35,26 +72,23 @@ namespace records {
 /// "Value", "Type". The name, bytes in the record, is text in its column.
 [[nodiscard]] QList<database::Value> bind(qint32 command, const ParamDesc &parameter);
 
-/// "Enum" of a sensor: the labels joined with ";". Labels that hold ";" come back as several.
+/// "Enum" of a sensor: the labels joined with ";". Labels that hold ";" come back as several, and none as an empty one.
 [[nodiscard]] QString enumText(const QStringList &labels);
-
-/// The labels of an "Enum" column; an empty text is one empty label.
-[[nodiscard]] QStringList enumLabels(const QString &text);
 
 /// type, value, visible
 [[nodiscard]] QByteArray pack(const CardsProperty &property);
-void unpack(const QByteArray &packed, CardsProperty &property);
+void unpack(QByteArrayView packed, CardsProperty &property);
 
 /// measure, quality, type, vid, enumeration, calculate, rate
 [[nodiscard]] QByteArray pack(const SensorInfoX &sensor);
-void unpack(const QByteArray &packed, SensorInfoX &sensor);
+void unpack(QByteArrayView packed, SensorInfoX &sensor);
 
 /// operation, execBy
 [[nodiscard]] QByteArray pack(const CmdDesc &command);
-void unpack(const QByteArray &packed, CmdDesc &command);
+void unpack(QByteArrayView packed, CmdDesc &command);
 
 /// value, type
 [[nodiscard]] QByteArray pack(const ParamDesc &parameter);
-void unpack(const QByteArray &packed, ParamDesc &parameter);
+void unpack(QByteArrayView packed, ParamDesc &parameter);
 
 } // namespace records

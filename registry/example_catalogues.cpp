@@ -3,8 +3,6 @@
 #include "records/record_rows.h"
 #include "registry/command_call.h"
 
-#include <optional>
-
 namespace registry {
 
 namespace {
@@ -19,27 +17,26 @@ constexpr const char *kSelectControls =
 /// The columns of kSelectControls.
 enum Column { CmdId, CmdName, CmdDescription, Operation, Hardware, NumParams, ParamName, ParamDescription, ParamType };
 
-struct Control
+/// Writes the control whose rows begin at `first`, one for each of its parameters, and gives the row behind them.
+int writeControl(keystone::ByteWriter &out, const database::Result &rows, int first)
 {
-    CmdDesc command;
-    QList<ParamDesc> parameters;
-    QString hardware; ///< the kind of device that offers the command
-};
-
-Control controlFromRow(const database::Result &rows, int row)
-{
-    return {{rows.integer(row, CmdId), rows.text(row, CmdName), rows.text(row, CmdDescription),
-             rows.integer(row, Operation), QByteArray(), rows.integer(row, NumParams)},
-            {},
-            rows.text(row, Hardware)};
-}
-
-void write(QDataStream &out, const Control &control)
-{
-    out << control.command << static_cast<qint32>(control.parameters.size());
-    for (const ParamDesc &parameter : control.parameters)
-        out << parameter;
-    out << control.hardware;
+    int end = first + 1;
+    while (end < rows.rowCount() && rows.integer(end, CmdId) == rows.integer(first, CmdId))
+        ++end;
+    const qint32 declared = rows.integer(first, NumParams);
+    const qint32 parameters = declared > 0 ? end - first : 0;
+    // A CmdDesc, executed by no unit yet.
+    out << rows.integer(first, CmdId) << rows.utf8(first, CmdName) << rows.utf8(first, CmdDescription)
+        << rows.integer(first, Operation) << QByteArrayView() << declared;
+    out << parameters;
+    // Each a ParamDesc, without a value and a row key.
+    for (int row = first; row < first + parameters; ++row) {
+        out << rows.view(row, ParamName) << QByteArrayView() << rows.utf8(row, ParamDescription)
+            << rows.integer(row, ParamType) << ParamDesc().id;
+    }
+    // The kind of device that offers the command.
+    out << rows.utf8(first, Hardware);
+    return end;
 }
 
 } // namespace
@@ -47,23 +44,24 @@ void write(QDataStream &out, const Control &control)
 void getExamplesObjProps(CommandCall &call)
 {
     const auto rows = call.db.query(kSelectObjProps);
+    const records::CardRows properties(rows);
     call.out << rows.size();
-    for (CardsProperty property : records::cardFromRows(rows)) {
-        // An example is not a property of any card yet.
-        property.id = CardsProperty().id;
-        call.out << property;
-    }
+    // An example is not a property of any card yet.
+    for (int row = 0; row < rows.rowCount(); ++row)
+        properties.write(call.out, row, CardsProperty().id);
 }
 
 void getExamplesSensors(CommandCall &call)
 {
     const auto rows = call.db.query(kSelectSensors);
-    const QList<SensorInfoX> sensors = records::sensorsFromRows(rows);
+    const records::SensorRows sensors(rows);
     const int mayEdit = rows.column("MayEdit");
     const int mayDelete = rows.column("MayDelete");
     call.out << rows.size();
-    for (int row = 0; row < sensors.size(); ++row)
-        call.out << sensors[row] << (rows.integer(row, mayEdit) != 0) << (rows.integer(row, mayDelete) != 0);
+    for (int row = 0; row < rows.rowCount(); ++row) {
+        sensors.write(call.out, row);
+        call.out << (rows.integer(row, mayEdit) != 0) << (rows.integer(row, mayDelete) != 0);
+    }
 }
 
 void getExamplesControls(CommandCall &call)
@@ -71,20 +69,8 @@ void getExamplesControls(CommandCall &call)
     const auto rows = call.db.query(kSelectControls);
     // The number of rows, not of controls: clients read controls until the reply ends.
     call.out << rows.size();
-    std::optional<Control> control;
-    for (int row = 0; row < rows.rowCount(); ++row) {
-        if (!control || control->command.id != rows.integer(row, CmdId)) {
-            if (control)
-                write(call.out, *control);
-            control = controlFromRow(rows, row);
-        }
-        if (control->command.numParams > 0) {
-            control->parameters.append({rows.bytes(row, ParamName), QByteArray(), rows.text(row, ParamDescription),
-                                        rows.integer(row, ParamType), 0});
-        }
-    }
-    if (control)
-        write(call.out, *control);
+    for (int row = 0; row < rows.rowCount();)
+        row = writeControl(call.out, rows, row);
 }
 
 } // namespace registry

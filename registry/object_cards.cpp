@@ -43,10 +43,10 @@ void getObjectCardV2(CommandCall &call)
 {
     const auto object = call.in.read<qint32>();
     const auto rows = call.db.query(kSelectCard, {Value::integer(object)});
-    const QList<CardsProperty> card = records::cardFromRows(rows);
-    call.out << object << static_cast<qint32>(card.size());
-    for (const CardsProperty &property : card)
-        call.out << property;
+    const records::CardRows card(rows);
+    call.out << object << rows.rowCount();
+    for (int row = 0; row < rows.rowCount(); ++row)
+        card.write(call.out, row);
 }
 
 void saveObjectCardV2(CommandCall &call)
@@ -67,13 +67,14 @@ void updateObjectCardField(CommandCall &call)
 {
     const auto object = call.in.read<qint32>();
     const auto properties = call.in.readContainer<QMap<int, CardsProperty>>(kMinMapEntryBytes);
-    if (!properties.isEmpty()) {
-        // One field a command: of several the one with the smallest key.
-        const CardsProperty &property = properties.first();
-        postPropertyValue(call.db, object, property.name, property.value);
+    // One field a command: of several the one with the smallest key.
+    if (!properties.isEmpty())
+        postPropertyValue(call.db, object, properties.first().name, properties.first().value);
+    // Asked for here, the name travels with the change.
+    const QString caller = call.callerName();
+    if (!properties.isEmpty())
         call.announceSavedCard(object);
-    }
-    call.logEvent(QStringLiteral("User '%1' update card with id=%2").arg(call.callerName(), QString::number(object)));
+    call.logEvent(QStringLiteral("User '%1' update card with id=%2").arg(caller, QString::number(object)));
 }
 
 void fixPropertyMultiObjsV2(CommandCall &call)

@@ -36,31 +36,28 @@ enum Column {
     Type
 };
 
-CmdDesc commandFromRow(const database::Result &rows, int row)
+/// Writes the CmdDesc of a row.
+void writeCommand(keystone::ByteWriter &out, const database::Result &rows, int row)
 {
-    return {0,
-            rows.text(row, CmdName),
-            rows.text(row, CmdDescription),
-            rows.integer(row, Operation),
-            rows.bytes(row, ExecBy),
-            rows.integer(row, NumParams)};
+    out << CmdDesc().id << rows.utf8(row, CmdName) << rows.utf8(row, CmdDescription) << rows.integer(row, Operation)
+        << rows.view(row, ExecBy) << rows.integer(row, NumParams);
 }
 
-ParamDesc parameterFromRow(const database::Result &rows, int row)
+/// Writes the ParamDesc of a row.
+void writeParameter(keystone::ByteWriter &out, const database::Result &rows, int row)
 {
-    return {rows.bytes(row, ParamName), rows.bytes(row, ParamValue), rows.text(row, ParamDescription),
-            rows.integer(row, Type), rows.integer(row, ParamId)};
+    out << rows.view(row, ParamName) << rows.view(row, ParamValue) << rows.utf8(row, ParamDescription)
+        << rows.integer(row, Type) << rows.integer(row, ParamId);
 }
 
 /// One row per parameter; a command without any has one row, whose parameter columns are empty.
-void writeCommands(QDataStream &out, const database::Result &rows)
+void writeCommands(keystone::ByteWriter &out, const database::Result &rows)
 {
     for (int row = 0; row < rows.rowCount(); ++row) {
-        const bool newCommand = row == 0 || rows.integer(row, CmdId) != rows.integer(row - 1, CmdId);
-        if (newCommand)
-            out << commandFromRow(rows, row);
+        if (row == 0 || rows.integer(row, CmdId) != rows.integer(row - 1, CmdId))
+            writeCommand(out, rows, row);
         if (rows.integer(row, NumParams) > 0)
-            out << parameterFromRow(rows, row);
+            writeParameter(out, rows, row);
     }
 }
 

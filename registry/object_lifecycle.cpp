@@ -34,9 +34,11 @@ void rename(CommandCall &call, qint32 object)
 {
     const auto name = call.in.read<QByteArray>();
     postPropertyValue(call.db, object, QStringLiteral("name"), name);
+    // Asked for here, the name travels with the change.
+    const QString caller = call.callerName();
     call.announceSavedCard(object);
     call.logEvent(QStringLiteral("User '%1' update card with id=%2, name=%3")
-                      .arg(call.callerName(), QString::number(object), QString::fromUtf8(name)));
+                      .arg(caller, QString::number(object), QString::fromUtf8(name)));
 }
 
 void remove(CommandCall &call, qint64 object)

@@ -36,10 +36,10 @@ void getSensorsV2(CommandCall &call)
 {
     const auto object = call.in.read<qint32>();
     const auto rows = call.db.query(kSelectSensors, {Value::integer(object)});
-    const QList<SensorInfoX> sensors = records::sensorsFromRows(rows);
-    call.out << object << static_cast<qint32>(sensors.size());
-    for (const SensorInfoX &sensor : sensors)
-        call.out << sensor;
+    const records::SensorRows sensors(rows);
+    call.out << object << rows.rowCount();
+    for (int row = 0; row < rows.rowCount(); ++row)
+        sensors.write(call.out, row);
 }
 
 void saveSensorsV2(CommandCall &call)

@@ -14,17 +14,16 @@ std::optional<qint32> RequestReader::recordCount()
 
 bool RequestReader::mayHold(qint32 count)
 {
-    const qint64 left = m_in.device()->bytesAvailable();
+    const qint64 left = m_in.bytesLeft();
     if (count <= left + kOwedRecords)
         return true;
     m_refusal = QStringLiteral("%1 records promised, %2 bytes left").arg(count).arg(left);
     return false;
 }
 
-void RequestReader::goTo(qint64 position)
+void RequestReader::goTo(qsizetype position)
 {
-    m_in.device()->seek(position);
-    m_in.resetStatus();
+    m_in.goTo(position);
 }
 
 } // namespace registry

@@ -51,8 +51,8 @@ public:
     [[nodiscard]] bool atEnd() const { return m_in.atEnd(); }
 
     /// Where reading stands, for going back to it.
-    [[nodiscard]] qint64 position() const { return m_in.device()->pos(); }
-    void goTo(qint64 position);
+    [[nodiscard]] qsizetype position() const { return m_in.position(); }
+    void goTo(qsizetype position);
 
     /// Refuses the request; the command must end before it has changed anything.
     void refuse(const QString &reason) { m_refusal = reason; }

@@ -23,6 +23,7 @@ TKernelObjectsServer::TKernelObjectsServer(QObject *parent)
         if (m_upgradePending)
             upgradeConnections();
     });
+    m_database.onWait([this] { this->connector()->sendGathered(); });
     m_database.onLost([] { logMessage(TServerPlugin::tr("Database connection lost")); });
     m_database.onUnavailable([](const QSqlError &error) {
         logMessage(TServerPlugin::tr("Cannot open database %1: %2").arg(QString(), error.text()));

@@ -22,7 +22,7 @@ CardsProperty propertyFromRow(const database::Result &rows, int row)
     property.id = rows.integer(row, 3);
     property.name = rows.text(row, 0);
     property.description = rows.text(row, 1);
-    records::unpack(rows.bytes(row, 2), property);
+    records::unpack(rows.view(row, 2), property);
     return property;
 }
 

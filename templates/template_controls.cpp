@@ -32,7 +32,7 @@ CmdDesc commandFromRow(const database::Result &rows, int row)
     command.name = rows.text(row, CmdName);
     command.description = rows.text(row, CmdDescription);
     command.numParams = rows.integer(row, NumParams);
-    records::unpack(rows.bytes(row, CmdData), command);
+    records::unpack(rows.view(row, CmdData), command);
     return command;
 }
 
@@ -42,7 +42,7 @@ ParamDesc parameterFromRow(const database::Result &rows, int row)
     parameter.name = rows.bytes(row, ParamName);
     parameter.description = rows.text(row, ParamDescription);
     parameter.id = rows.integer(row, ParamId);
-    records::unpack(rows.bytes(row, ParamData), parameter);
+    records::unpack(rows.view(row, ParamData), parameter);
     return parameter;
 }
 

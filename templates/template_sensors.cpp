@@ -21,7 +21,7 @@ SensorInfoX sensorFromRow(const database::Result &rows, int row)
     SensorInfoX sensor;
     // "Name" is empty: a sensor's name stands where the others have their caption.
     sensor.name = rows.text(row, 1);
-    records::unpack(rows.bytes(row, 2), sensor);
+    records::unpack(rows.view(row, 2), sensor);
     return sensor;
 }
 

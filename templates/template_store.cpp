@@ -26,7 +26,7 @@ void getTemplateListV2(CommandCall &call)
     const auto rows = call.db.query(kSelectList);
     call.out << rows.rowCount();
     for (int row = 0; row < rows.rowCount(); ++row)
-        call.out << rows.integer(row, 0) << rows.bytes(row, 1);
+        call.out << rows.integer(row, 0) << rows.view(row, 1);
 }
 
 void fixTemplateDescV2(CommandCall &call)

@@ -26,7 +26,7 @@ struct TemplatePart
     const char *many;
     int smallest; ///< bytes of a record whose texts are empty
     Record (*read)(ReplyReader &in);
-    void (*write)(QDataStream &out, const Record &record);
+    void (*write)(keystone::ByteWriter &out, const Record &record);
     QString (*table)(const QList<Record> &records);
     QString (*json)(const Record &record);
     /// Notes what a template cannot keep.

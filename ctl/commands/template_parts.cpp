@@ -17,7 +17,7 @@ CardsProperty readCardProperty(ReplyReader &in)
     return in.read<CardsProperty>();
 }
 
-void writeCardProperty(QDataStream &out, const CardsProperty &property)
+void writeCardProperty(keystone::ByteWriter &out, const CardsProperty &property)
 {
     out << property;
 }
@@ -56,7 +56,7 @@ SensorInfoX readTemplateSensor(ReplyReader &in)
     return in.read<SensorInfoX>();
 }
 
-void writeTemplateSensor(QDataStream &out, const SensorInfoX &sensor)
+void writeTemplateSensor(keystone::ByteWriter &out, const SensorInfoX &sensor)
 {
     out << sensor;
 }

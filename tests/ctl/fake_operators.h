@@ -50,7 +50,7 @@ private:
         m_service.peer.action(command.name, command.idConnection, reply);
     }
 
-    void writeAccounts(QDataStream &out) const
+    void writeAccounts(keystone::ByteWriter &out) const
     {
         out << qint32(accounts.size());
         for (const ctl::Account &account : accounts)
@@ -58,7 +58,7 @@ private:
                 << account.email << account.phone;
     }
 
-    void fixUser(QDataStream &in)
+    void fixUser(keystone::ByteReader &in)
     {
         ctl::Account account;
         in >> account.id;
@@ -82,7 +82,7 @@ private:
             *stored = account;
     }
 
-    void writeSetup(QDataStream &in, QDataStream &out)
+    void writeSetup(keystone::ByteReader &in, keystone::ByteWriter &out)
     {
         qint32 account = 0;
         in >> account;
@@ -100,7 +100,7 @@ private:
         return result;
     }
 
-    void fixSetup(QDataStream &in)
+    void fixSetup(keystone::ByteReader &in)
     {
         qint32 section = 0;
         qint32 account = 0;
@@ -117,7 +117,7 @@ private:
         }
     }
 
-    void copySetup(QDataStream &in)
+    void copySetup(keystone::ByteReader &in)
     {
         qint32 section = 0;
         qint32 source = 0;

@@ -28,7 +28,7 @@ public:
     bool hasDatabase = true;
 
 private:
-    using Handler = void (FakeRegistry::*)(QDataStream &, const bus::Command &);
+    using Handler = void (FakeRegistry::*)(keystone::ByteReader &, const bus::Command &);
 
     void handle(const bus::Command &command)
     {
@@ -55,7 +55,7 @@ private:
             (this->*writers[command.name])(in, command);
     }
 
-    void sendSensors(QDataStream &in, const bus::Command &command)
+    void sendSensors(keystone::ByteReader &in, const bus::Command &command)
     {
         qint32 object = 0;
         in >> object;
@@ -73,7 +73,7 @@ private:
         sensors[object].append(sensor);
     }
 
-    void saveSensors(QDataStream &in, const bus::Command &)
+    void saveSensors(keystone::ByteReader &in, const bus::Command &)
     {
         qint32 object = 0;
         qint32 count = 0;
@@ -86,7 +86,7 @@ private:
         }
     }
 
-    void fixSensor(QDataStream &in, const bus::Command &)
+    void fixSensor(keystone::ByteReader &in, const bus::Command &)
     {
         bool set = false;
         QList<int> objects;
@@ -105,7 +105,7 @@ private:
         }
     }
 
-    void sendCommands(QDataStream &in, const bus::Command &command)
+    void sendCommands(keystone::ByteReader &in, const bus::Command &command)
     {
         qint32 object = 0;
         in >> object;
@@ -117,7 +117,7 @@ private:
         m_service.peer.action(command.name, command.idConnection, reply);
     }
 
-    static ctl::RemoteCommand readCommand(QDataStream &in)
+    static ctl::RemoteCommand readCommand(keystone::ByteReader &in)
     {
         ctl::RemoteCommand command;
         in >> command.head;
@@ -139,7 +139,7 @@ private:
                          [](const auto &one, const auto &other) { return one.head.operation < other.head.operation; });
     }
 
-    void saveCommands(QDataStream &in, const bus::Command &)
+    void saveCommands(keystone::ByteReader &in, const bus::Command &)
     {
         qint32 object = 0;
         qint32 count = 0;
@@ -149,7 +149,7 @@ private:
             insert(object, readCommand(in));
     }
 
-    void fixCommand(QDataStream &in, const bus::Command &)
+    void fixCommand(keystone::ByteReader &in, const bus::Command &)
     {
         bool set = false;
         QList<int> objects;
@@ -167,7 +167,7 @@ private:
         }
     }
 
-    void sendNames(QDataStream &, const bus::Command &command)
+    void sendNames(keystone::ByteReader &, const bus::Command &command)
     {
         QByteArray reply;
         keystone::ByteWriter out(&reply);
@@ -179,7 +179,7 @@ private:
         m_service.peer.action(command.name, command.idConnection, reply);
     }
 
-    void fixObject(QDataStream &in, const bus::Command &)
+    void fixObject(keystone::ByteReader &in, const bus::Command &)
     {
         qint32 selector = 0;
         QByteArray name;
@@ -202,12 +202,12 @@ private:
         }
     }
 
-    void sendTree(QDataStream &, const bus::Command &command)
+    void sendTree(keystone::ByteReader &, const bus::Command &command)
     {
         m_service.peer.action(command.name, command.idConnection, tree);
     }
 
-    void sendCatalogue(QDataStream &, const bus::Command &command)
+    void sendCatalogue(keystone::ByteReader &, const bus::Command &command)
     {
         const QByteArray empty = QByteArray::fromHex(hasDatabase ? "00000000" : "FFFFFFFF");
         m_service.peer.action(command.name, command.idConnection, catalogues.value(command.name, empty));

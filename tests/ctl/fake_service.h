@@ -52,7 +52,7 @@ private:
             other(command);
     }
 
-    void sendCard(QDataStream &in, qint32 connection)
+    void sendCard(keystone::ByteReader &in, qint32 connection)
     {
         qint32 object = 0;
         in >> object;
@@ -70,7 +70,7 @@ private:
         cards[object].append(property);
     }
 
-    void save(QDataStream &in)
+    void save(keystone::ByteReader &in)
     {
         qint32 object = 0;
         qint32 count = 0;
@@ -83,7 +83,7 @@ private:
         }
     }
 
-    void update(QDataStream &in)
+    void update(keystone::ByteReader &in)
     {
         qint32 object = 0;
         QMap<int, CardsProperty> fields;
@@ -94,7 +94,7 @@ private:
         }
     }
 
-    void fix(QDataStream &in)
+    void fix(keystone::ByteReader &in)
     {
         bool set = false;
         QList<int> objects;

@@ -43,9 +43,9 @@ private slots:
 private:
     static QByteArray bytes(const char *hex) { return QByteArray::fromHex(hex); }
     void handle(const bus::Command &command);
-    void fix(QDataStream &in);
-    void copy(QDataStream &in, QByteArray &reply);
-    void create(QDataStream &in, const bus::Command &command);
+    void fix(keystone::ByteReader &in);
+    void copy(keystone::ByteReader &in, QByteArray &reply);
+    void create(keystone::ByteReader &in, const bus::Command &command);
     [[nodiscard]] QByteArrayList requestNames() const;
     [[nodiscard]] QByteArray lastRequest(const QByteArray &name) const;
     int saveDocument(const char *part, const QByteArray &document);
@@ -116,7 +116,7 @@ void TestCtlTemplates::handle(const bus::Command &command)
     m_run->service->peer.action(command.name, command.idConnection, reply);
 }
 
-void TestCtlTemplates::fix(QDataStream &in)
+void TestCtlTemplates::fix(keystone::ByteReader &in)
 {
     qint32 number = 0;
     in >> number;
@@ -128,7 +128,7 @@ void TestCtlTemplates::fix(QDataStream &in)
         in >> m_titles[number == 0 ? m_titles.lastKey() + 1 : number];
 }
 
-void TestCtlTemplates::copy(QDataStream &in, QByteArray &reply)
+void TestCtlTemplates::copy(keystone::ByteReader &in, QByteArray &reply)
 {
     qint32 source = 0;
     QString title;
@@ -138,7 +138,7 @@ void TestCtlTemplates::copy(QDataStream &in, QByteArray &reply)
     keystone::ByteWriter(&reply) << m_code;
 }
 
-void TestCtlTemplates::create(QDataStream &in, const bus::Command &command)
+void TestCtlTemplates::create(keystone::ByteReader &in, const bus::Command &command)
 {
     qint32 number = 0;
     QMap<QString, QString> identity;

@@ -51,10 +51,28 @@ void streamAgain(const QByteArray &bytes)
     FUZZ_CHECK(streamed(readFrom<Record>(written)) == written);
 }
 
-void splitLabels(const QByteArray &bytes)
+/// A text whose UTF-8 is at hand is written as the text is.
+void writeText(const QByteArray &bytes)
 {
+    QByteArray written;
+    keystone::ByteWriter(&written) << keystone::Utf8{bytes.isNull() ? QByteArray("") : bytes};
     const QString text = QString::fromUtf8(bytes);
-    FUZZ_CHECK(records::enumText(records::enumLabels(text)) == text);
+    FUZZ_CHECK(written == streamed(text.isNull() ? QString("") : text));
+}
+
+/// Whatever a peer sends is read as QDataStream reads it.
+template <typename Value>
+void readAsAStream(const QByteArray &bytes)
+{
+    QDataStream stream(bytes);
+    stream.setVersion(keystone::kStreamVersion);
+    Value expected{};
+    stream >> expected;
+    keystone::ByteReader in(bytes);
+    Value value{};
+    in >> value;
+    FUZZ_CHECK(value == expected && in.position() == stream.device()->pos());
+    FUZZ_CHECK(in.ok() == (stream.status() == QDataStream::Ok));
 }
 
 /// One row of these columns, all holding `value`, as the database server would send it. Types: 16 boolean, 23 integer,
@@ -83,11 +101,16 @@ void readValues(QByteArray value)
         value.replace('\0', '0');
     const database::Result card =
         row({"Id", "Name", "Description", "Type", "Value", "Visible"}, value, types[(how >> 1) % types.size()], binary);
-    FUZZ_CHECK(records::cardFromRows(card).size() == 1);
+    QByteArray written;
+    keystone::ByteWriter out(&written);
+    records::CardRows(card).write(out, 0);
+    FUZZ_CHECK(streamed(readFrom<CardsProperty>(written)) == written);
     FUZZ_CHECK(card.bytes(0, card.column("Value")) == value);
     const database::Result sensor =
         row({"Name", "Measure", "Quality", "Type", "Vid", "Enum", "Calculate", "Rate"}, value, 25, binary);
-    FUZZ_CHECK(records::sensorsFromRows(sensor).size() == 1);
+    written.clear();
+    records::SensorRows(sensor).write(out, 0);
+    FUZZ_CHECK(readFrom<SensorInfoX>(written).enumeration == QString::fromUtf8(value).split(QLatin1Char(';')));
 }
 
 /// An integer array in the server's binary form: what goes in comes out.
@@ -129,9 +152,16 @@ constexpr void (*kReaders[])(const QByteArray &) = {packAgain<CardsProperty>,
                                                     streamAgain<SensorInfoX>,
                                                     streamAgain<CmdDesc>,
                                                     streamAgain<ParamDesc>,
-                                                    splitLabels,
+                                                    writeText,
                                                     [](const QByteArray &value) { readValues(value); },
-                                                    readArray};
+                                                    readArray,
+                                                    readAsAStream<QString>,
+                                                    readAsAStream<QByteArray>,
+                                                    readAsAStream<qint16>,
+                                                    readAsAStream<bool>,
+                                                    readAsAStream<QStringList>,
+                                                    readAsAStream<QList<qint32>>,
+                                                    readAsAStream<QMap<qint32, QString>>};
 
 } // namespace
 

@@ -146,7 +146,7 @@ private slots:
                                 .join('|'));
             }
         }
-        QVERIFY(in.atEnd() && in.status() == QDataStream::Ok);
+        QVERIFY(in.atEnd() && in.ok());
         QCOMPARE(echo, object);
         QCOMPARE(read, expected);
         QCOMPARE(expected.isEmpty(), object != 17 && object != 18);

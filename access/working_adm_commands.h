@@ -12,7 +12,8 @@ public:
     static void GetObjectTree(int idConnect, database::Connection &db, keystone::ByteWriter &out);
 
     /// Writes the objects of the account's setup whose properties hold the text that `in` gives. (object_search.cpp)
-    static void AdvancedSearch(int idConnect, database::Connection &db, registry::RequestReader &in, keystone::ByteWriter &out);
+    static void AdvancedSearch(int idConnect, database::Connection &db, registry::RequestReader &in,
+                               keystone::ByteWriter &out);
 
     /// Writes the setup of one operator: for type 1 the sections 1, 3 and 4 over objects, for type 2 the section 2 over
     /// layers, for any other type nothing. (personal_setup.cpp)

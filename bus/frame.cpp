@@ -53,7 +53,8 @@ QByteArray cutOut(QByteArray body, QByteArrayView block)
 
 QByteArray encode(const Greeting &frame)
 {
-    return encodeFrame(typeByte(FrameType::Greeting), frame.name.size(), [&](keystone::ByteWriter &out) { out << frame.name; });
+    return encodeFrame(typeByte(FrameType::Greeting), frame.name.size(),
+                       [&](keystone::ByteWriter &out) { out << frame.name; });
 }
 
 QByteArray encode(const Action &frame)

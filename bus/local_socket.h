@@ -30,8 +30,8 @@ public:
     /// more. A peer that has gone is noticed here and now, by the signals of a socket.
     void send(const QByteArray &frame);
 
-    /// The same for one of several frames in a row: a small one is kept back until sendGathered(), or until the next one
-    /// that is sent.
+    /// The same for one of several frames in a row: a small one is kept back until sendGathered(), or until the next
+    /// one that is sent.
     void gather(const QByteArray &frame);
     void sendGathered();
 

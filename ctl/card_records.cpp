@@ -60,8 +60,7 @@ Result<Card> decodeCard(const QByteArray &reply, qint32 object)
     if (answered != object)
         return broken(QStringLiteral("it is about object %1, not %2").arg(answered).arg(object));
     if (count < 0 || !keystone::mayHold(in, quint32(count), kSmallestProperty)) {
-        return broken(
-            QStringLiteral("it promises %1 properties in %2 bytes").arg(count).arg(in.bytesLeft()));
+        return broken(QStringLiteral("it promises %1 properties in %2 bytes").arg(count).arg(in.bytesLeft()));
     }
     Card card;
     for (qint32 index = 0; index < count; ++index) {

@@ -19,9 +19,8 @@ qint32 ReplyReader::countOrFailed(int minBytes, const char *things)
     if (failed())
         return 0;
     if (number < -1 || (number > 0 && !keystone::mayHold(m_in, quint32(number), minBytes))) {
-        refuse(
-            QStringLiteral("it promises %1 %2 in %3 bytes")
-                .arg(QString::number(number), QLatin1String(things), QString::number(m_in.bytesLeft())));
+        refuse(QStringLiteral("it promises %1 %2 in %3 bytes")
+                   .arg(QString::number(number), QLatin1String(things), QString::number(m_in.bytesLeft())));
         return 0;
     }
     return number;
@@ -46,8 +45,8 @@ Outcome ReplyReader::end()
     if (m_failure)
         return m_failure;
     if (!m_in.ok())
-        return Failure{QStringLiteral("the service's answer cannot be read: it ends too early, after %1 bytes")
-                           .arg(m_in.size())};
+        return Failure{
+            QStringLiteral("the service's answer cannot be read: it ends too early, after %1 bytes").arg(m_in.size())};
     if (!m_in.atEnd())
         refuse(QStringLiteral("%1 bytes are left after its end").arg(m_in.bytesLeft()));
     return m_failure;

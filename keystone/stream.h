@@ -18,8 +18,8 @@ namespace keystone {
 /// Every byte that the modules of an installation exchange or store in packed columns is written in this form.
 inline constexpr QDataStream::Version kStreamVersion = QDataStream::Qt_4_5;
 
-/// Reads `bytes`, which must outlive the reader, as a QDataStream of kStreamVersion would: what is not all there takes the
-/// rest and reads as zero or empty, and reading goes on.
+/// Reads `bytes`, which must outlive the reader, as a QDataStream of kStreamVersion would: what is not all there takes
+/// the rest and reads as zero or empty, and reading goes on.
 class ByteReader
 {
 public:
@@ -130,8 +130,8 @@ struct Utf8List
     char separator;
 };
 
-/// Appends to `target`, which must outlive the writer, the bytes that a QDataStream of kStreamVersion would: replies are
-/// written value by value from rows, and a stream on a buffer takes ten times as long for a value. A target that
+/// Appends to `target`, which must outlive the writer, the bytes that a QDataStream of kStreamVersion would: replies
+/// are written value by value from rows, and a stream on a buffer takes ten times as long for a value. A target that
 /// nothing is written to stays as it was (null stays null).
 class ByteWriter
 {
@@ -189,10 +189,7 @@ public:
     void cutBack(qsizetype position) { m_target->truncate(position); }
 
     /// Replaces the number that was written at `position`.
-    void overwrite(qsizetype position, std::integral auto number)
-    {
-        qToBigEndian(number, m_target->data() + position);
-    }
+    void overwrite(qsizetype position, std::integral auto number) { qToBigEndian(number, m_target->data() + position); }
 
 private:
     /// False, and nothing written, where the text has characters that are beyond this way.

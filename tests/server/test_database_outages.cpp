@@ -111,7 +111,12 @@ void TestDatabaseOutages::silentServerIsToldOnceAndLeftAlone()
     QElapsedTimer clock;
     clock.start();
     for (int i = 0; i < kCommands; ++i) {
-        m_admin.send(get());
+        m_admin.send(support::commandWithNoData("About", kOperator) + get());
+        const QByteArray about = m_admin.nextFrame();
+        QVERIFY2(support::isAbout(about, kOperator), qPrintable(support::describe(about)));
+        // It does not wait for the attempt.
+        if (i == 0)
+            QCOMPARE(newLogLines().filter(kCannotOpen).size(), 0);
         SAYS(m_admin, emptyCard());
         SAYS_NOTHING_MORE(m_admin);
     }

@@ -17,6 +17,10 @@ private slots:
     void framesArriveWholeAndInOrder();
     void whatWaitsIsCounted();
     void whatWaitsGoesWithTheLink();
+    void gatheredFramesGoOutTogether();
+    void gatheredFramesAreNotOvertaken();
+    void gatheredFramesThatAreManyGoOut();
+    void whatIsGatheredGoesWithTheLink();
     void aPeerThatHasGoneIsNoticedAtOnce();
     void aLinkThatWasCutOffCanBeMadeAgain();
 
@@ -93,6 +97,74 @@ void TestLocalSocket::whatWaitsGoesWithTheLink()
     fillUp(10'000);
     const QSignalSpy disconnected(m_link.get(), &QLocalSocket::disconnected);
     m_link->abort();
+    QCOMPARE(disconnected.size(), 1);
+    QCOMPARE(m_link->bytesToWrite(), 0);
+}
+
+void TestLocalSocket::gatheredFramesGoOutTogether()
+{
+    m_peer->setReadBufferSize(0);
+    m_link->gather("one ");
+    m_link->gather("two ");
+    QCOMPARE(m_link->bytesToWrite(), 8);
+    m_link->sendGathered();
+    QCOMPARE(m_link->bytesToWrite(), 0);
+    QVERIFY(m_peer->waitForReadyRead(30000));
+    QCOMPARE(m_peer->readAll(), QByteArray("one two "));
+    m_link->sendGathered();
+    m_link->gather("three");
+    m_link->sendGathered();
+    QCOMPARE(readByPeer(5), QByteArray("three"));
+}
+
+void TestLocalSocket::gatheredFramesAreNotOvertaken()
+{
+    m_peer->setReadBufferSize(0);
+    m_link->gather("one ");
+    m_link->send("two ");
+    m_link->gather("three ");
+    const QByteArray large(100'000, 'x');
+    m_link->gather(large);
+    QCOMPARE(readByPeer(14 + large.size()), "one two three " + large);
+    // Nor by what goes out when the peer takes more.
+    m_peer->setReadBufferSize(1);
+    fillUp(10'000);
+    m_link->gather("four ");
+    m_link->send("five ");
+    m_link->gather("six");
+    m_link->sendGathered();
+    m_peer->setReadBufferSize(0);
+    QByteArray read;
+    QVERIFY(QTest::qWaitFor([&] { return (read += m_peer->readAll()).endsWith("four five six"); }, 30000));
+    QCOMPARE(m_link->bytesToWrite(), 0);
+}
+
+void TestLocalSocket::gatheredFramesThatAreManyGoOut()
+{
+    constexpr int kFrame = 1000;
+    constexpr int kFar = 1'000'000;
+    m_peer->setReadBufferSize(0);
+    qint64 most = 0;
+    for (int sent = 0; sent < kFar; sent += kFrame) {
+        m_link->gather(QByteArray(kFrame, 'x'));
+        most = qMax(most, m_link->bytesToWrite());
+        (void)m_peer->waitForReadyRead(0);
+        m_peer->readAll();
+    }
+    QVERIFY2(most < kFar / 4, qPrintable(QString::number(most)));
+}
+
+void TestLocalSocket::whatIsGatheredGoesWithTheLink()
+{
+    m_link->gather("frame");
+    m_link->abort();
+    QCOMPARE(m_link->bytesToWrite(), 0);
+    // A peer that has gone is noticed when they are sent.
+    init();
+    m_link->gather("frame");
+    const QSignalSpy disconnected(m_link.get(), &QLocalSocket::disconnected);
+    m_peer->abort();
+    m_link->sendGathered();
     QCOMPARE(disconnected.size(), 1);
     QCOMPARE(m_link->bytesToWrite(), 0);
 }

@@ -84,9 +84,9 @@ void TestGatheredFrames::nothingWaitsForTheDatabase_data()
     QTest::newRow("a statement put together")
         << command("Get_objs_by_condition_v2", support::text("x") + support::text("name"), kOperator)
         << answer("Get_objs_by_condition_v2", numbers({}), kOperator);
-    QTest::newRow("a client's own")
-        << command("Get_objs_by_query_v2", support::text("SELECT \"Id\" FROM \"Objects_property\""), kOperator)
-        << answer("Get_objs_by_query_v2", numbers({}), kOperator);
+    QTest::newRow("a client's own") << command("Get_objs_by_query_v2",
+                                               support::text("SELECT \"Id\" FROM \"Objects_property\""), kOperator)
+                                    << answer("Get_objs_by_query_v2", numbers({}), kOperator);
     QTest::newRow("rows that nobody looks at")
         << command("Update_object_card_field",
                    i32(17) + i32(1) + i32(0) + support::cardRecord({-1, "p", "d", 10, "v", 't'}), kOperator)

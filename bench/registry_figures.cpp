@@ -92,7 +92,8 @@ void RegistryFigures::record(const Operation &operation)
 bool RegistryFigures::sees(Link &service, const QByteArray &condition)
 {
     service.send(commandFrame(kAsker, "Get_objs_by_query_v2", QString::fromUtf8("SELECT 1 WHERE " + condition)));
-    keystone::ByteReader in(answerIn(service.receive(), kAsker).data);
+    const QByteArray data = answerIn(service.receive(), kAsker).data;
+    keystone::ByteReader in(data);
     QList<qint32> numbers;
     in >> numbers;
     return numbers.size() == 1;

@@ -378,13 +378,17 @@ void TConnector::takeFrames(TMyLocalSocket *socket)
     QByteArray body;
     while (!m_stopping) {
         const auto result = socket->cutter.next(body);
-        if (result == bus::FrameCutter::Result::TooLong)
+        if (result == bus::FrameCutter::Result::TooLong) {
+            sendGathered();
             socket->abort();
+        }
         if (result == bus::FrameCutter::Result::NeedMore && socket->bytesAvailable() > 0 &&
             socket->cutter.readFrom(*socket))
             continue;
-        if (result == bus::FrameCutter::Result::NeedMore && socket->cutter.keptBytes() > 0)
+        if (result == bus::FrameCutter::Result::NeedMore && socket->cutter.keptBytes() > 0) {
+            sendGathered();
             boundUnfinished();
+        }
         if (result != bus::FrameCutter::Result::FrameReady)
             return;
         deliver(bus::decode(std::move(body)), socket);

@@ -33,7 +33,8 @@ TMyLocalSocket::~TMyLocalSocket()
 void TMyLocalSocket::send(const QByteArray &frame)
 {
     sendGathered();
-    sendOrWait(frame);
+    if (isOpen()) // or that has met the end of the link
+        sendOrWait(frame);
 }
 
 void TMyLocalSocket::gather(const QByteArray &frame)
@@ -67,6 +68,9 @@ void TMyLocalSocket::sendOrWait(const QByteArray &frames)
     if (m_waiting.isEmpty())
         m_sentOfFirst = qsizetype(sent);
     m_waiting.append(frames);
+    // A frame may have come with much more room than it needs, and many may wait for long.
+    if (frames.capacity() > 2 * frames.size())
+        m_waiting.last().squeeze();
     m_waitingBytes += frames.size() - sent;
     if (!m_writable) {
         m_writable = std::make_unique<QSocketNotifier>(socketDescriptor(), QSocketNotifier::Write);

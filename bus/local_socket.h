@@ -55,7 +55,7 @@ private:
     void stopWaiting();
 
     QByteArray m_gathered;       ///< frames
-    QList<QByteArray> m_waiting; ///< frames
+    QList<QByteArray> m_waiting; ///< frames, each alone or several in one
     qsizetype m_sentOfFirst = 0; ///< bytes of the first of them
     qint64 m_waitingBytes = 0;
     std::unique_ptr<QSocketNotifier> m_writable; ///< while something waits

@@ -17,6 +17,7 @@ public:
     explicit ReplyReader(const QByteArray &reply)
         : m_in(reply)
     {}
+    explicit ReplyReader(QByteArray &&) = delete;
 
     template <typename T>
     [[nodiscard]] T read()

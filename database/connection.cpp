@@ -164,8 +164,8 @@ bool Connection::open()
     if (!db.isValid() || !m_nextAttempt.hasExpired())
         return false;
     m_native = nullptr;
-    db.close();
     aboutToWait();
+    db.close();
     QElapsedTimer taken;
     taken.start();
     if (!db.open()) {

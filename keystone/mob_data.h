@@ -12,5 +12,5 @@ struct MobData
 
 keystone::ByteWriter &operator<<(keystone::ByteWriter &out, const MobData &record);
 
-/// A record that carries sensor readings cannot be read here: the stream's status becomes ReadCorruptData.
+/// A record that carries sensor readings cannot be read here: the reader is not ok() any more.
 keystone::ByteReader &operator>>(keystone::ByteReader &in, MobData &record);

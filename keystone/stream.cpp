@@ -20,12 +20,19 @@ bool isAscii(const char *block)
     return bits < 0x80;
 }
 
-/// Writes a text's code units to `to` and gives the end of them. Takes the characters of one and two bytes only, which
-/// Latin, Greek and Cyrillic letters are; null where there are others.
+bool isLater(char byte)
+{
+    return (static_cast<quint8>(byte) & 0xC0) == 0x80;
+}
+
+/// Writes a text's code units to `to` and gives the end of them. Takes the characters of up to three bytes, each of
+/// which is one code unit; null where there are others, bytes that are no UTF-8, or a byte order mark.
 char *writeShortCharacters(QByteArrayView utf8, char *to)
 {
     constexpr quint8 kFirstOfTwo = 0xC2;
     constexpr quint8 kFirstOfThree = 0xE0;
+    constexpr quint8 kFirstOfFour = 0xF0;
+    constexpr unsigned kByteOrderMark = 0xFEFF;
     const char *at = utf8.begin();
     const char *const end = utf8.end();
     const auto put = [&to](unsigned unit) {
@@ -47,11 +54,18 @@ char *writeShortCharacters(QByteArrayView utf8, char *to)
             put(first);
             continue;
         }
-        const bool isPair =
-            first >= kFirstOfTwo && first < kFirstOfThree && at < end && (static_cast<quint8>(*at) & 0xC0) == 0x80;
-        if (!isPair)
+        if (first >= kFirstOfTwo && first < kFirstOfThree && at < end && isLater(*at)) {
+            put((first & 0x1FU) << 6 | (static_cast<quint8>(*at++) & 0x3FU));
+            continue;
+        }
+        if (first < kFirstOfThree || first >= kFirstOfFour || end - at < 2 || !isLater(at[0]) || !isLater(at[1]))
             return nullptr;
-        put((first & 0x1FU) << 6 | (static_cast<quint8>(*at++) & 0x3FU));
+        const unsigned unit =
+            (first & 0x0FU) << 12 | (static_cast<quint8>(at[0]) & 0x3FU) << 6 | (static_cast<quint8>(at[1]) & 0x3FU);
+        if (unit < 0x800 || QChar::isSurrogate(unit) || unit == kByteOrderMark)
+            return nullptr;
+        put(unit);
+        at += 2;
     }
     return to;
 }

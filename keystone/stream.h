@@ -19,13 +19,17 @@ namespace keystone {
 inline constexpr QDataStream::Version kStreamVersion = QDataStream::Qt_4_5;
 
 /// Reads `bytes`, which must outlive the reader, as a QDataStream of kStreamVersion would: what is not all there takes
-/// the rest and reads as zero or empty, and reading goes on.
+/// the rest and reads as zero or empty, as does what cannot be, and reading goes on.
 class ByteReader
 {
 public:
     explicit ByteReader(QByteArrayView bytes)
         : m_bytes(bytes.isNull() ? QByteArrayView("") : bytes)
     {}
+    explicit ByteReader(const QByteArray &bytes)
+        : ByteReader(QByteArrayView(bytes))
+    {}
+    explicit ByteReader(QByteArray &&) = delete;
 
     template <std::integral Number>
     ByteReader &operator>>(Number &number)
@@ -142,13 +146,18 @@ public:
 
     /// Numbers take as many bytes as they have, the highest first; a bool takes one.
     template <std::integral Number>
-    ByteWriter &operator<<(Number number)
+    requires(!std::same_as<Number, bool>) ByteWriter &operator<<(Number number)
     {
         qToBigEndian(number, grow(sizeof(number)));
         return *this;
     }
 
-    ByteWriter &operator<<(bool flag) { return *this << static_cast<qint8>(flag); }
+    /// Of bools only, since nearly everything can be turned into one.
+    template <std::same_as<bool> Flag>
+    ByteWriter &operator<<(Flag flag)
+    {
+        return *this << static_cast<qint8>(flag);
+    }
 
     /// A null view is written as a null array.
     ByteWriter &operator<<(QByteArrayView bytes);
@@ -175,9 +184,6 @@ public:
             *this << entry.key() << entry.value();
         return *this;
     }
-
-    /// A pointer would be taken for a bool.
-    ByteWriter &operator<<(const void *) = delete;
 
     /// Bytes that have this form already, as they are.
     void append(QByteArrayView streamed) { m_target->append(streamed); }

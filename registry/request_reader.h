@@ -22,6 +22,7 @@ public:
     explicit RequestReader(const QByteArray &request)
         : m_in(request)
     {}
+    explicit RequestReader(QByteArray &&) = delete;
 
     template <typename T>
     [[nodiscard]] T read()

@@ -370,7 +370,10 @@ void TestFrames::adminLinkAboveTheLimitEndsTheProcess()
 {
     QVERIFY(m_doomedAdmin.attend());
     SAYS(m_doomedAdmin, support::greeting(m_doomed.serverPath().toUtf8()));
-    m_doomedAdmin.send(i32(kFrameLimit + 1) + "abc");
+    // What came before it in the same arrival is answered.
+    m_doomedAdmin.send(support::commandWithNoData("About", 3) + i32(kFrameLimit + 1) + "abc");
+    const QByteArray about = m_doomedAdmin.nextFrame();
+    QVERIFY2(support::isAbout(about, 3), qPrintable(support::describe(about)));
     QCOMPARE(m_doomed.exitCode().value_or(-1), 5);
     QCOMPARE(m_doomed.logCount("Admin connection is closed. Stopping application."), 1);
 }

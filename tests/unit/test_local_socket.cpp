@@ -1,11 +1,14 @@
 #include "bus/local_socket.h"
 
 #include <QLocalServer>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <memory>
+
+#include <malloc.h>
 
 /// What a link does with frames that its peer does not take at once.
 class TestLocalSocket : public QObject
@@ -21,6 +24,8 @@ private slots:
     void gatheredFramesAreNotOvertaken();
     void gatheredFramesThatAreManyGoOut();
     void whatIsGatheredGoesWithTheLink();
+    void nothingIsWrittenToALinkThatHasJustEnded();
+    void whatWaitsTakesNoMoreRoomThanItNeeds();
     void aPeerThatHasGoneIsNoticedAtOnce();
     void aLinkThatWasCutOffCanBeMadeAgain();
 
@@ -167,6 +172,30 @@ void TestLocalSocket::whatIsGatheredGoesWithTheLink()
     m_link->sendGathered();
     QCOMPARE(disconnected.size(), 1);
     QCOMPARE(m_link->bytesToWrite(), 0);
+}
+
+void TestLocalSocket::nothingIsWrittenToALinkThatHasJustEnded()
+{
+    connect(m_link.get(), &QLocalSocket::errorOccurred, m_link.get(), [this] { m_link->abort(); });
+    m_link->gather("frame");
+    m_peer->abort();
+    QTest::failOnWarning(QRegularExpression("."));
+    m_link->send("frame");
+    QVERIFY(!m_link->isOpen());
+}
+
+void TestLocalSocket::whatWaitsTakesNoMoreRoomThanItNeeds()
+{
+    constexpr int kFrames = 20'000;
+    fillUp(10'000);
+    const std::size_t before = mallinfo2().uordblks;
+    for (int i = 0; i < kFrames; ++i) {
+        QByteArray frame(100, 'x');
+        frame.reserve(4096);
+        m_link->send(frame);
+    }
+    const std::size_t taken = mallinfo2().uordblks - before;
+    QVERIFY2(taken < kFrames * 1000, qPrintable(QString::number(taken)));
 }
 
 void TestLocalSocket::aPeerThatHasGoneIsNoticedAtOnce()

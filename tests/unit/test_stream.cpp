@@ -126,6 +126,12 @@ void TestStream::writesUtf8AsTheTextItIs_data()
     QTest::newRow("Cyrillic") << QByteArray("Датчик уровня топлива, литры");
     QTest::newRow("mixed") << QByteArray("sixteen letters.Датчик sixteen letters.и");
     QTest::newRow("three bytes") << QByteArray("17 € und mehr als sechzehn Zeichen");
+    QTest::newRow("three bytes for one") << QByteArray("x\xE0\x80\x80\xE0\x9F\xBFy");
+    QTest::newRow("least and last of three bytes") << QByteArray("\xE0\xA0\x80\xEF\xBF\xBF");
+    QTest::newRow("halves of pairs") << QByteArray("x\xED\xA0\x80\xED\xBF\xBFy");
+    QTest::newRow("three bytes cut short") << QByteArray("x\xE2\x82");
+    QTest::newRow("three bytes with another inside") << QByteArray("\xE2\x82x\xE2x\xAC");
+    QTest::newRow("byte order mark inside") << QByteArray("te\xEF\xBB\xBFxt");
     QTest::newRow("four bytes") << QByteArray("𝄞");
     QTest::newRow("byte order mark") << QByteArray("\xEF\xBB\xBFtext");
     QTest::newRow("first of two at the end") << QByteArray("text\xD0");
@@ -147,12 +153,20 @@ void TestStream::writesUtf8OfEveryLength()
 {
     QCOMPARE(byWriter(keystone::Utf8{QByteArrayView()}), byStream(QString()));
     QCOMPARE(byWriter(keystone::Utf8{QByteArrayView("")}), byStream(QString("")));
+    // What lies behind the text is not a part of it.
+    const QByteArray whole("ж№𝄞 ж№𝄞");
+    for (qsizetype length = 0; length <= whole.size(); ++length) {
+        const QByteArrayView part = QByteArrayView(whole).first(length);
+        QCOMPARE(byWriter(keystone::Utf8{part}), byStream(QString::fromUtf8(part)));
+    }
     for (int length = 1; length < 70; ++length) {
         for (int at = 0; at < length; ++at) {
             QByteArray utf8(length, 'x');
             QCOMPARE(byWriter(keystone::Utf8{utf8}), byStream(QString::fromUtf8(utf8)));
-            utf8.replace(at, 1, "ж");
-            QCOMPARE(byWriter(keystone::Utf8{utf8}), byStream(QString::fromUtf8(utf8)));
+            for (const char *letter : {"ж", "№"}) {
+                const QByteArray other = QByteArray(utf8).replace(at, 1, letter);
+                QCOMPARE(byWriter(keystone::Utf8{other}), byStream(QString::fromUtf8(other)));
+            }
         }
     }
 }

@@ -67,6 +67,8 @@ void TestDatabaseKills::initTestCase()
     m_service.start(m_database->settings());
     QVERIFY2(m_admin.attend(), qPrintable(m_service.story()));
     SAYS(m_admin, support::greeting(m_service.serverPath().toUtf8()));
+    // The last line of its log that has nothing to do with the database.
+    QVERIFY2(m_service.waitForLog("Start server"), qPrintable(m_service.story()));
     const quint32 chosen = seed();
     qInfo("seed %u", chosen);
     m_stream = std::make_unique<ChangeStream>(m_admin, chosen);

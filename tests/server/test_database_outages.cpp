@@ -90,6 +90,8 @@ void TestDatabaseOutages::initTestCase()
                     "\nLog=2\nDbStatementTimeout=500\n");
     QVERIFY2(m_admin.attend(), qPrintable(m_service.story()));
     SAYS(m_admin, support::greeting(m_service.serverPath().toUtf8()));
+    // The last line of its log that has nothing to do with the database.
+    QVERIFY2(m_service.waitForLog("Start server"), qPrintable(m_service.story()));
 }
 
 void TestDatabaseOutages::init()

@@ -110,6 +110,8 @@ void TestDatabaseResources::initTestCase()
     m_service.start(m_database->settings() + "Log=2\n");
     QVERIFY2(m_admin.attend(), qPrintable(m_service.story()));
     SAYS(m_admin, support::greeting(m_service.serverPath().toUtf8()));
+    // The last line of its log that has nothing to do with the database.
+    QVERIFY2(m_service.waitForLog("Start server"), qPrintable(m_service.story()));
 }
 
 void TestDatabaseResources::init()

@@ -91,6 +91,8 @@ void TestStatementPlans::initTestCase()
     fill();
     QVERIFY2(m_admin.attend(), qPrintable(m_service.story()));
     SAYS(m_admin, support::greeting(m_service.serverPath().toUtf8()));
+    // The last line of its log that has nothing to do with statements.
+    QVERIFY2(m_service.waitForLog("Start server"), qPrintable(m_service.story()));
 }
 
 void TestStatementPlans::cleanupTestCase()

@@ -75,6 +75,18 @@ void readAsAStream(const QByteArray &bytes)
     FUZZ_CHECK(in.ok() == (stream.status() == QDataStream::Ok));
 }
 
+/// The same for a container. QDataStream takes memory for whatever a count promises, so one that cannot be kept is left
+/// out.
+template <typename Container>
+void readContainerAsAStream(const QByteArray &bytes)
+{
+    keystone::ByteReader ahead(bytes);
+    quint32 count = 0;
+    ahead >> count;
+    if (keystone::mayHold(ahead, count, 1))
+        readAsAStream<Container>(bytes);
+}
+
 /// One row of these columns, all holding `value`, as the database server would send it. Types: 16 boolean, 23 integer,
 /// 25 text.
 database::Result row(std::initializer_list<const char *> columns, const QByteArray &value, Oid type, bool binary)
@@ -159,9 +171,9 @@ constexpr void (*kReaders[])(const QByteArray &) = {packAgain<CardsProperty>,
                                                     readAsAStream<QByteArray>,
                                                     readAsAStream<qint16>,
                                                     readAsAStream<bool>,
-                                                    readAsAStream<QStringList>,
-                                                    readAsAStream<QList<qint32>>,
-                                                    readAsAStream<QMap<qint32, QString>>};
+                                                    readContainerAsAStream<QStringList>,
+                                                    readContainerAsAStream<QList<qint32>>,
+                                                    readContainerAsAStream<QMap<qint32, QString>>};
 
 } // namespace
 

@@ -66,6 +66,17 @@ bool readsTheSame(QDataStream &stream, keystone::ByteReader &in)
     return isSame && in.ok() == (stream.status() == QDataStream::Ok);
 }
 
+/// The same for a container. QDataStream takes memory for whatever a count promises, so one that cannot be kept is read
+/// as a number.
+template <typename Value>
+bool containerReadsTheSame(QDataStream &stream, keystone::ByteReader &in)
+{
+    keystone::ByteReader ahead = in;
+    quint32 count = 0;
+    ahead >> count;
+    return keystone::mayHold(ahead, count, 1) ? readsTheSame<Value>(stream, in) : readsTheSame<quint32>(stream, in);
+}
+
 constexpr bool (*kReads[])(QDataStream &, keystone::ByteReader &) = {
     readsTheSame<qint8>,
     readsTheSame<quint8>,
@@ -76,11 +87,11 @@ constexpr bool (*kReads[])(QDataStream &, keystone::ByteReader &) = {
     readsTheSame<bool>,
     readsTheSame<QString>,
     readsTheSame<QByteArray>,
-    readsTheSame<QStringList>,
-    readsTheSame<QList<qint32>>,
-    readsTheSame<QList<QByteArray>>,
-    readsTheSame<QMap<qint32, QByteArray>>,
-    readsTheSame<QMap<QString, QString>>,
+    containerReadsTheSame<QStringList>,
+    containerReadsTheSame<QList<qint32>>,
+    containerReadsTheSame<QList<QByteArray>>,
+    containerReadsTheSame<QMap<qint32, QByteArray>>,
+    containerReadsTheSame<QMap<QString, QString>>,
 };
 
 } // namespace

@@ -8,12 +8,12 @@ namespace bus {
 
 void writeColour(keystone::ByteWriter &out, const QColor &colour)
 {
-    // Every frame to a client has one, nearly always of this kind.
-    if (colour.spec() != QColor::Rgb) {
+    // Every frame to a client has one, nearly always of this kind. A peer's may be of none that QColor knows.
+    const QRgba64 parts = colour.rgba64();
+    if (colour != QColor::fromRgba64(parts)) {
         out.append(keystone::streamed(colour));
         return;
     }
-    const QRgba64 parts = colour.rgba64();
     constexpr quint16 kUnused = 0;
     out << static_cast<qint8>(QColor::Rgb) << parts.alpha() << parts.red() << parts.green() << parts.blue() << kUnused;
 }

@@ -106,6 +106,9 @@ private slots:
         QList<QColor> colours{QColor(), Qt::red, Qt::blue, Qt::transparent, QColor(1, 2, 3, 4)};
         colours << QColor::fromRgba64(0x1234, 0x5678, 0x9ABC, 0xDEF0) << QColor::fromHsv(120, 30, 40, 50)
                 << QColor::fromCmyk(1, 2, 3, 4, 5) << QColor::fromHsl(20, 30, 40) << QColor::fromRgbF(2.0F, 0, -1, 1);
+        // As peers may send them: of no kind that there is, and with something in the field that is not used.
+        for (const char *bytes : {"ff0000111122223333444455", "fe1111222233334444555566", "01ffff11112222333300aa"})
+            colours << keystone::fromStreamed<QColor>(QByteArray::fromHex(bytes).first(11));
         for (const QColor &colour : std::as_const(colours)) {
             QByteArray expected;
             QDataStream stream(&expected, QIODevice::WriteOnly);

@@ -49,6 +49,8 @@ bool Endurance::run()
     printFigures();
     if (!m_tally.problems.isEmpty())
         std::printf("the service's last words: %s\n", qPrintable(m_site.service().story().right(4000)));
+    // Last, where whoever sees only the end of the output sees them.
+    m_tally.printProblems();
     return m_tally.problems.isEmpty();
 }
 

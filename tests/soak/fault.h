@@ -48,6 +48,7 @@ private:
 struct Lines
 {
     int lost = 0;        ///< "Database connection lost"
+    int maybeLost = 0;   ///< that line so many times more
     int unavailable = 0; ///< "Cannot open database"
     int cutOff = 0;      ///< "Connection cut off", in the service's log or the hub's
 };

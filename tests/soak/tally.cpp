@@ -32,6 +32,10 @@ void Tally::print() const
                 qPrintable(longestAboutAt));
     std::printf("%lld rows compared in %d comparisons, %lld differences and other problems\n", compared, comparisons,
                 qint64(problems.size()));
+}
+
+void Tally::printProblems() const
+{
     for (const QString &problem : problems)
         std::printf("  %s\n", qPrintable(problem));
 }

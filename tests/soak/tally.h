@@ -36,6 +36,7 @@ struct Tally
 
     void noteAbout(qint64 ms, const QString &at);
     void print() const;
+    void printProblems() const;
 };
 
 } // namespace soak

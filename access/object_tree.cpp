@@ -2,6 +2,7 @@
 
 #include "access/row_list.h"
 #include "access/working_adm_commands.h"
+#include "keystone/stream.h"
 #include "registry/command_call.h"
 
 #include <QColor>

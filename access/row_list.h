@@ -1,7 +1,7 @@
 #pragma once
 
 #include "database/connection.h"
-#include "keystone/stream.h"
+#include "keystone/byte_writer.h"
 
 #include <functional>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "database/connection.h"
-#include "keystone/stream.h"
+#include "keystone/byte_writer.h"
 #include "registry/request_reader.h"
 
 /// What operators' commands share with one another and with other modules, one subject per source file.

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "bus/frame.h"
-#include "keystone/stream.h"
+#include "keystone/byte_writer.h"
 
 #include <QByteArray>
 #include <QList>

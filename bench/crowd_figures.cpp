@@ -1,6 +1,7 @@
 #include "bench/crowd_figures.h"
 
 #include "bench/command_frames.h"
+#include "keystone/byte_reader.h"
 
 #include <QtEndian>
 

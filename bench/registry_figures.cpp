@@ -5,6 +5,7 @@
 #include "bench/object_operations.h"
 #include "bench/operator_operations.h"
 #include "bench/template_operations.h"
+#include "keystone/byte_reader.h"
 
 #include <QDeadlineTimer>
 #include <QString>

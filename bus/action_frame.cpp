@@ -2,7 +2,7 @@
 
 #include "bus/colour.h"
 #include "bus/frame.h"
-#include "keystone/stream.h"
+#include "keystone/byte_writer.h"
 
 #include <utility>
 

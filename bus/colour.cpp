@@ -1,5 +1,7 @@
 #include "bus/colour.h"
 
+#include "keystone/stream.h"
+
 #include <QRgba64>
 
 #include <algorithm>

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "keystone/stream.h"
+#include "keystone/byte_reader.h"
+#include "keystone/byte_writer.h"
 
 #include <QColor>
 

@@ -1,7 +1,8 @@
 #include "bus/frame.h"
 
 #include "bus/colour.h"
-#include "keystone/stream.h"
+#include "keystone/byte_reader.h"
+#include "keystone/byte_writer.h"
 
 #include <utility>
 

@@ -5,7 +5,8 @@
 #include "ctl/same_values.h"
 #include "ctl/table.h"
 #include "ctl/text.h"
-#include "keystone/stream.h"
+#include "keystone/byte_reader.h"
+#include "keystone/byte_writer.h"
 
 namespace ctl {
 namespace {

@@ -1,6 +1,6 @@
 #include "ctl/database_probe.h"
 
-#include "keystone/stream.h"
+#include "keystone/byte_reader.h"
 
 namespace ctl {
 

@@ -1,7 +1,7 @@
 #include "ctl/event_record.h"
 
+#include "keystone/byte_reader.h"
 #include "keystone/mob_data.h"
-#include "keystone/stream.h"
 
 namespace ctl {
 

@@ -1,5 +1,7 @@
 #include "ctl/packed_values.h"
 
+#include "keystone/stream.h"
+
 namespace ctl {
 namespace {
 

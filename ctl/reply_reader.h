@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ctl/result.h"
-#include "keystone/stream.h"
+#include "keystone/byte_reader.h"
 
 #include <QByteArray>
 #include <QList>

@@ -3,7 +3,7 @@
 #include "ctl/json_fields.h"
 #include "ctl/same_values.h"
 #include "ctl/text.h"
-#include "keystone/stream.h"
+#include "keystone/byte_writer.h"
 
 #include <QHash>
 #include <QMap>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "keystone/stream.h"
+#include "keystone/byte_writer.h"
 
 #include <QByteArray>
 #include <QByteArrayView>

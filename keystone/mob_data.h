@@ -1,6 +1,7 @@
 #pragma once
 
-#include "keystone/stream.h"
+#include "keystone/byte_reader.h"
+#include "keystone/byte_writer.h"
 
 /// Head of an event-log record: the installation's monitoring record, of which this service fills only the time.
 ///

@@ -2,8 +2,8 @@
 
 #include "database/result.h"
 #include "database/value.h"
+#include "keystone/byte_writer.h"
 #include "keystone/records.h"
-#include "keystone/stream.h"
 
 #include <QByteArray>
 #include <QList>

@@ -2,7 +2,7 @@
 
 #include "bus/action_frame.h"
 #include "database/connection.h"
-#include "keystone/stream.h"
+#include "keystone/byte_writer.h"
 #include "registry/announcer.h"
 #include "registry/request_reader.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "keystone/stream.h"
+#include "keystone/byte_reader.h"
 
 #include <QByteArray>
 #include <QString>

@@ -1,7 +1,7 @@
 #include "server/event_log.h"
 
+#include "keystone/byte_writer.h"
 #include "keystone/mob_data.h"
-#include "keystone/stream.h"
 
 namespace server {
 

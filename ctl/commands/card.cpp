@@ -3,7 +3,7 @@
 #include "ctl/commands/commands.h"
 #include "ctl/input_file.h"
 #include "ctl/text.h"
-#include "keystone/stream.h"
+#include "keystone/byte_writer.h"
 
 #include <QMap>
 

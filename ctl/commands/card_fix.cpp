@@ -2,7 +2,7 @@
 #include "ctl/card_records.h"
 #include "ctl/commands/commands.h"
 #include "ctl/text.h"
-#include "keystone/stream.h"
+#include "keystone/byte_writer.h"
 
 #include <algorithm>
 #include <memory>

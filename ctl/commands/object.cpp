@@ -7,7 +7,7 @@
 #include "ctl/object_names.h"
 #include "ctl/sensor_records.h"
 #include "ctl/text.h"
-#include "keystone/stream.h"
+#include "keystone/byte_writer.h"
 
 #include <QSet>
 

@@ -4,7 +4,7 @@
 #include "ctl/compare_lists.h"
 #include "ctl/input_file.h"
 #include "ctl/text.h"
-#include "keystone/stream.h"
+#include "keystone/byte_writer.h"
 
 #include <algorithm>
 #include <memory>

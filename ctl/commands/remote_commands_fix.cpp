@@ -5,7 +5,7 @@
 #include "ctl/input_file.h"
 #include "ctl/same_values.h"
 #include "ctl/text.h"
-#include "keystone/stream.h"
+#include "keystone/byte_writer.h"
 
 #include <memory>
 

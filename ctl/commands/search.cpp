@@ -3,6 +3,7 @@
 #include "ctl/reply_reader.h"
 #include "ctl/table.h"
 #include "ctl/text.h"
+#include "keystone/byte_writer.h"
 
 #include <CLI/CLI.hpp>
 

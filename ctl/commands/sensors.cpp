@@ -5,7 +5,7 @@
 #include "ctl/input_file.h"
 #include "ctl/sensor_records.h"
 #include "ctl/text.h"
-#include "keystone/stream.h"
+#include "keystone/byte_writer.h"
 
 #include <memory>
 

@@ -6,7 +6,7 @@
 #include "ctl/same_values.h"
 #include "ctl/sensor_records.h"
 #include "ctl/text.h"
-#include "keystone/stream.h"
+#include "keystone/byte_writer.h"
 
 #include <memory>
 

@@ -3,7 +3,7 @@
 #include "ctl/commands/commands.h"
 #include "ctl/setup_records.h"
 #include "ctl/text.h"
-#include "keystone/stream.h"
+#include "keystone/byte_writer.h"
 
 #include <algorithm>
 #include <memory>

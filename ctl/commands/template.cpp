@@ -5,6 +5,7 @@
 #include "ctl/reply_reader.h"
 #include "ctl/template_records.h"
 #include "ctl/text.h"
+#include "keystone/byte_writer.h"
 
 #include <memory>
 

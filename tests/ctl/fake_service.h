@@ -1,7 +1,8 @@
 #pragma once
 
+#include "keystone/byte_reader.h"
+#include "keystone/byte_writer.h"
 #include "keystone/records.h"
-#include "keystone/stream.h"
 #include "tests/hub/peer.h"
 
 #include <QMap>

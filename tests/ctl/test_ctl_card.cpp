@@ -1,7 +1,6 @@
 #include "ctl/card_records.h"
 #include "ctl/event_record.h"
 #include "ctl/json_text.h"
-#include "keystone/stream.h"
 
 #include <QJsonDocument>
 #include <QtTest>

@@ -4,6 +4,8 @@
 
 #include "database/result.h"
 #include "fuzz.h"
+#include "keystone/byte_reader.h"
+#include "keystone/byte_writer.h"
 #include "keystone/records.h"
 #include "keystone/stream.h"
 #include "records/record_rows.h"

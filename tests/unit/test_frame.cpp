@@ -1,6 +1,7 @@
 #include "bus/action_frame.h"
 #include "bus/frame.h"
 #include "bytes.h"
+#include "keystone/byte_writer.h"
 #include "keystone/stream.h"
 
 #include <QTest>

@@ -1,6 +1,7 @@
 #include "bytes.h"
+#include "keystone/byte_reader.h"
+#include "keystone/byte_writer.h"
 #include "keystone/mob_data.h"
-#include "keystone/stream.h"
 #include "records/record_rows.h"
 
 #include <QTest>

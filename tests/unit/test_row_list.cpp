@@ -2,7 +2,7 @@
 
 #include "access/row_list.h"
 #include "bytes.h"
-#include "keystone/stream.h"
+#include "keystone/byte_writer.h"
 #include "pg_server.h"
 
 #include <QTest>

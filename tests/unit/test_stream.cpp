@@ -1,4 +1,5 @@
-#include "keystone/stream.h"
+#include "keystone/byte_reader.h"
+#include "keystone/byte_writer.h"
 
 #include <QRandomGenerator>
 #include <QTest>

@@ -1,4 +1,4 @@
-#include "keystone/stream.h"
+#include "keystone/byte_writer.h"
 
 #include <cstring>
 
@@ -71,46 +71,6 @@ char *writeShortCharacters(QByteArrayView utf8, char *to)
 }
 
 } // namespace
-
-ByteReader &ByteReader::operator>>(bool &flag)
-{
-    qint8 byte = 0;
-    *this >> byte;
-    flag = byte != 0;
-    return *this;
-}
-
-QByteArrayView ByteReader::readBlock()
-{
-    quint32 length = 0;
-    *this >> length;
-    return length == kNull ? QByteArrayView() : take(length);
-}
-
-ByteReader &ByteReader::operator>>(QByteArray &bytes)
-{
-    bytes = readBlock().toByteArray();
-    return *this;
-}
-
-ByteReader &ByteReader::operator>>(QString &text)
-{
-    text = QString();
-    quint32 length = 0;
-    *this >> length;
-    if (length == kNull)
-        return *this;
-    if (length % kUnitBytes != 0) {
-        fail();
-        return *this;
-    }
-    const QByteArrayView units = take(length);
-    if (units.isNull())
-        return *this;
-    text = QString(qsizetype(length) / kUnitBytes, Qt::Uninitialized);
-    qFromBigEndian<char16_t>(units.data(), text.size(), text.data());
-    return *this;
-}
 
 ByteWriter &ByteWriter::operator<<(QByteArrayView bytes)
 {

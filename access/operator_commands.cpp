@@ -51,9 +51,8 @@ void getUserList(CommandCall &call)
 
 void getObjects(CommandCall &call)
 {
-    writeRowList(call.out, call.db, QLatin1String(kSelectNames), FailedCount::Zero, [&](const database::Result &row) {
-        call.out << row.integer(0, NamedObject) << row.view(0, ObjectName);
-    });
+    writeRowList(call.out, call.db, kSelectNames, FailedCount::Zero,
+                 [&](const database::CopiedRow &row) { call.out << row.integer(NamedObject) << row.view(ObjectName); });
 }
 
 void getObjectCommand(CommandCall &call)

@@ -30,8 +30,8 @@ void writeSection(int section, const char *subjects, int idConnect, database::Co
 {
     const QString select = QString::fromLatin1(kSelectSetup)
                                .arg(QString::number(section), QString::number(idConnect), QLatin1String(subjects));
-    operators::writeRowList(out, db, select, operators::FailedCount::MinusOne,
-                            [&](const database::Result &row) { out << row.integer(0, 0) << row.integers(0, 1); });
+    operators::writeRowList(out, db, select.toLatin1(), operators::FailedCount::MinusOne,
+                            [&](const database::CopiedRow &row) { out << row.integer(0) << row.integers(1); });
 }
 
 QList<qint32> readNumbers(RequestReader &in)

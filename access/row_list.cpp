@@ -2,13 +2,13 @@
 
 namespace operators {
 
-void writeRowList(keystone::ByteWriter &out, database::Connection &db, const QString &select, FailedCount failed,
-                  const std::function<void(const database::Result &row)> &writeRow)
+void writeRowList(keystone::ByteWriter &out, database::Connection &db, const QByteArray &select, FailedCount failed,
+                  const std::function<void(const database::CopiedRow &row)> &writeRow)
 {
     const qsizetype start = out.position();
     qint32 count = 0;
     out << count;
-    const bool done = db.forEachRow(select, [&](const database::Result &row) {
+    const bool done = db.forEachRow(select, [&](const database::CopiedRow &row) {
         writeRow(row);
         ++count;
     });

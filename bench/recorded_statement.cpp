@@ -36,8 +36,17 @@ std::optional<RecordedStatement> recordedStatement(const QByteArray &message, co
     constexpr QByteArrayView kSimple("statement: ");
     constexpr QByteArrayView kExtended("execute ");
     constexpr QByteArrayView kUnnamed("<unnamed>");
-    if (message.startsWith(kSimple))
-        return RecordedStatement{RecordedStatement::Way::Simple, message.sliced(kSimple.size()), {}};
+    constexpr QByteArrayView kCopy("COPY (");
+    constexpr QByteArrayView kCopied(") TO STDOUT (FORMAT binary)");
+    if (message.startsWith(kSimple)) {
+        const QByteArray text = message.sliced(kSimple.size());
+        // The query alone; how its rows are had is the limit's own choice.
+        if (text.startsWith(kCopy) && text.endsWith(kCopied))
+            return RecordedStatement{RecordedStatement::Way::Once,
+                                     text.sliced(kCopy.size(), text.size() - kCopy.size() - kCopied.size()),
+                                     {}};
+        return RecordedStatement{RecordedStatement::Way::Simple, text, {}};
+    }
     if (!message.startsWith(kExtended))
         return std::nullopt;
     const qsizetype end = message.indexOf(": ");

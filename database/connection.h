@@ -1,5 +1,6 @@
 #pragma once
 
+#include "database/copied_row.h"
 #include "database/result.h"
 #include "database/statement_queue.h"
 
@@ -74,9 +75,9 @@ public:
     /// resetSession() for one in which a client's words stand.
     [[nodiscard]] Result queryOnce(const QString &text, const QList<Value> &values = {});
 
-    /// The same for a large result, which is never in memory whole: `take` gets it row by row, each as a result of one
-    /// row. False when the statement failed; that may be after rows have been taken.
-    [[nodiscard]] bool forEachRow(const QString &text, const std::function<void(const Result &)> &take);
+    /// Runs a query of the service's own (without a semicolon) whose result is large, and never in memory whole: `take`
+    /// gets it row by row. False when it failed; that may be after rows have been taken.
+    [[nodiscard]] bool forEachRow(const QByteArray &query, const std::function<void(const CopiedRow &)> &take);
 
     /// Runs a text of one or several statements, which may hold a client's words, as one implicit transaction and gives
     /// the last result. It has failed if any statement did. A text that leaves the session in the middle of something

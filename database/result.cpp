@@ -1,6 +1,6 @@
 #include "database/result.h"
 
-#include <QtEndian>
+#include "database/binary_value.h"
 
 #include <cmath>
 #include <limits>
@@ -61,42 +61,7 @@ qint32 Result::integer(int row, int column) const
     const QByteArrayView bytes = view(row, column);
     if (bytes.isNull())
         return 0;
-    const char *value = bytes.data();
-    if (!m_binary)
-        return numberFromText(value);
-    switch (bytes.size()) {
-    case 1:
-        return *value;
-    case 2:
-        return qFromBigEndian<qint16>(value);
-    case 4:
-        return qFromBigEndian<qint32>(value);
-    case 8:
-        return static_cast<qint32>(qFromBigEndian<qint64>(value));
-    default:
-        return 0;
-    }
-}
-
-QList<qint32> Result::integers(int row, int column) const
-{
-    // number of dimensions, null flag, element type, then size and lower bound of the one dimension there is
-    constexpr int kHeadBytes = 5 * sizeof(qint32);
-    constexpr int kSizeAt = 3 * sizeof(qint32);
-    QList<qint32> numbers;
-    const int length = isNull(row, column) ? 0 : PQgetlength(m_result.get(), row, column);
-    if (length < kHeadBytes)
-        return numbers;
-    const char *value = PQgetvalue(m_result.get(), row, column);
-    const char *const end = value + length;
-    numbers.reserve(qFromBigEndian<qint32>(value + kSizeAt));
-    for (value += kHeadBytes; value < end;) {
-        const bool null = qFromBigEndian<qint32>(value) < 0;
-        value += sizeof(qint32);
-        numbers.append(null ? 0 : qFromBigEndian<qint32>(value));
-        value += null ? 0 : sizeof(qint32);
-    }
-    return numbers;
+    return m_binary ? integerOf(bytes) : numberFromText(bytes.data());
 }
 
 QString Result::text(int row, int column) const

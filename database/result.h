@@ -4,7 +4,6 @@
 
 #include <QByteArray>
 #include <QByteArrayView>
-#include <QList>
 #include <QString>
 
 #include <libpq-fe.h>
@@ -36,9 +35,6 @@ public:
 
     /// 0 for NULL and for what is no number.
     [[nodiscard]] qint32 integer(int row, int column) const;
-
-    /// An array of integers; empty for NULL. A NULL element is 0.
-    [[nodiscard]] QList<qint32> integers(int row, int column) const;
 
     /// Null for NULL, which an empty text is not.
     [[nodiscard]] QString text(int row, int column) const;

@@ -106,14 +106,6 @@ bool StatementQueue::end(PGconn *connection, const Waiting &statement, int sent)
 
 PGresult *StatementQueue::takeOldest(PGconn *connection, std::chrono::milliseconds limit)
 {
-    return takeOldestByRows(connection, limit, {});
-}
-
-PGresult *StatementQueue::takeOldestByRows(PGconn *connection, std::chrono::milliseconds limit,
-                                           const std::function<void(PGresult *)> &takeRow)
-{
-    if (takeRow)
-        PQsetSingleRowMode(connection);
     const Waiting oldest = std::move(m_waiting.front());
     m_waiting.pop_front();
     PGresult *outcome = nullptr;
@@ -127,10 +119,6 @@ PGresult *StatementQueue::takeOldestByRows(PGconn *connection, std::chrono::mill
         if (PQresultStatus(result) == PGRES_PIPELINE_SYNC) {
             PQclear(result);
             break;
-        }
-        if (PQresultStatus(result) == PGRES_SINGLE_TUPLE) {
-            takeRow(result);
-            continue;
         }
         // An error is followed by others that it has caused.
         if (isError(outcome)) {

@@ -8,7 +8,6 @@
 
 #include <chrono>
 #include <deque>
-#include <functional>
 
 namespace database {
 
@@ -45,10 +44,6 @@ public:
     /// Waits for the outcome of the oldest statement: its result, or the error that it or its preparation failed with;
     /// null when the connection has nothing to say. See nextResult() for `limit`. The caller owns the result.
     [[nodiscard]] PGresult *takeOldest(PGconn *connection, std::chrono::milliseconds limit);
-
-    /// The same for a statement whose rows go to `takeRow` one by one, as results that it comes to own.
-    [[nodiscard]] PGresult *takeOldestByRows(PGconn *connection, std::chrono::milliseconds limit,
-                                             const std::function<void(PGresult *)> &takeRow);
 
 private:
     struct Waiting

@@ -65,6 +65,22 @@ PGresult *nextResult(PGconn *connection, milliseconds limit)
     return PQgetResult(connection);
 }
 
+CopiedBytes nextCopied(PGconn *connection, milliseconds limit)
+{
+    constexpr int kDoNotWait = 1;
+    for (;;) {
+        char *bytes = nullptr;
+        const int size = PQgetCopyData(connection, &bytes, kDoNotWait);
+        if (size != 0)
+            return size > 0 ? CopiedBytes(bytes, size) : CopiedBytes();
+        if (!waitFor(connection, POLLIN, deadlineAfter(limit)))
+            shutdown(PQsocket(connection), SHUT_RDWR);
+        // A connection that is lost ends the copy, of which libpq says nothing here.
+        if (PQconsumeInput(connection) == 0)
+            return {};
+    }
+}
+
 PGresult *lastResult(PGconn *connection, milliseconds limit)
 {
     PGresult *last = nullptr;

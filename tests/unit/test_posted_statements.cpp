@@ -1,4 +1,4 @@
-// Statements that the session keeps prepared, those that nobody waits for, and results that are taken row by row.
+// Statements that the session keeps prepared, and those that nobody waits for.
 
 #include "database/connection.h"
 #include "pg_server.h"
@@ -6,6 +6,7 @@
 #include <QTest>
 
 using database::Connection;
+using database::CopiedRow;
 using database::Result;
 using database::StatementQueue;
 using database::Value;
@@ -118,7 +119,7 @@ private slots:
             seen = m_connection.foreignScript(count).integer(0, 0);
             break;
         default:
-            QVERIFY(m_connection.forEachRow(count, [&](const Result &row) { seen = row.integer(0, 0); }));
+            QVERIFY(m_connection.forEachRow(count, [&](const CopiedRow &row) { seen = row.integer(0); }));
         }
         QCOMPARE(seen, 2);
     }
@@ -155,7 +156,7 @@ private slots:
         const QList<qint32> numbers{3, -1, 0, 2147483647, 3};
         const auto rows =
             m_connection.queryOnce("select $1, cardinality($2)", {Value::integers(numbers), Value::integers({})});
-        QCOMPARE(rows.integers(0, 0), numbers);
+        QCOMPARE(database::integersOf(rows.view(0, 0)), numbers);
         QCOMPARE(rows.integer(0, 1), 0);
     }
 
@@ -254,40 +255,6 @@ private slots:
         post(3);
         m_connection.settle();
         QCOMPARE(m_database->rows(kGroups), QStringList({"1", "3"}));
-    }
-
-    void takesALargeResultRowByRow()
-    {
-        qint64 sum = 0;
-        int rows = 0;
-        QVERIFY(m_connection.forEachRow("select n, repeat('x', 1000) from generate_series(1, 20000) n",
-                                        [&](const Result &row) {
-                                            QCOMPARE(row.rowCount(), 1);
-                                            QCOMPARE(row.view(0, 1).size(), 1000);
-                                            sum += row.integer(0, 0);
-                                            ++rows;
-                                        }));
-        QCOMPARE(rows, 20000);
-        QCOMPARE(sum, 20000LL * 20001 / 2);
-        QVERIFY(m_connection.forEachRow("select 1 where false", [](const Result &) { QFAIL("a row"); }));
-        QVERIFY(m_connection.query("select 1").ok());
-    }
-
-    void aFailureBetweenRowsIsAFailure()
-    {
-        int rows = 0;
-        QVERIFY(!m_connection.forEachRow("select 1 / (5000 - n), repeat('x', 1000) from generate_series(1, 10000) n",
-                                         [&](const Result &) { ++rows; }));
-        QVERIFY2(rows > 0 && rows < 5000, qPrintable(QString::number(rows)));
-        QCOMPARE(m_failures.size(), 1);
-        QVERIFY2(m_failures[0].contains("division by zero"), qPrintable(m_failures[0]));
-        QVERIFY(m_connection.query("select 1").ok());
-    }
-
-    void aTextThatCannotBeReadIsAFailureWithoutRows()
-    {
-        QVERIFY(!m_connection.forEachRow("selec 1", [](const Result &) { QFAIL("a row"); }));
-        QVERIFY(m_connection.query("select 1").ok());
     }
 };
 

@@ -21,8 +21,8 @@ class TestRowList : public QObject
     {
         QByteArray bytes = "before";
         keystone::ByteWriter out(&bytes);
-        operators::writeRowList(out, m_connection, QLatin1String(select), failed,
-                                [&](const database::Result &row) { out << row.integer(0, 0); });
+        operators::writeRowList(out, m_connection, select, failed,
+                                [&](const database::CopiedRow &row) { out << row.integer(0); });
         out << qint16(0x0102);
         return bytes;
     }

@@ -128,12 +128,7 @@ void TestDatabaseResources::noConnectionIsLeft()
     QStringList taken;
     const auto takeOne = [&] {
         taken.append(QStringLiteral("taken %1").arg(taken.size()));
-        QSqlDatabase connection = QSqlDatabase::addDatabase("QPSQL", taken.last());
-        connection.setHostName(m_server->socketFolder());
-        connection.setPort(m_server->port());
-        connection.setUserName("objects");
-        connection.setDatabaseName(m_database->name());
-        return connection.open();
+        return m_server->addConnection(taken.last(), m_database->name()).open();
     };
     const auto release = qScopeGuard([&] {
         for (const QString &connection : taken)

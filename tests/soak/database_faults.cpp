@@ -83,12 +83,7 @@ QStringList takeConnections(Site &site)
     QStringList taken;
     for (bool isOpen = true; isOpen;) {
         const QString name = QStringLiteral("taken %1").arg(taken.size());
-        QSqlDatabase database = QSqlDatabase::addDatabase("QPSQL", name);
-        database.setHostName(site.server().socketFolder());
-        database.setPort(site.server().port());
-        database.setUserName("objects");
-        database.setDatabaseName(site.database().name());
-        isOpen = database.open();
+        isOpen = site.server().addConnection(name, site.database().name()).open();
         taken += name;
     }
     return taken;

@@ -254,6 +254,16 @@ QByteArray PgServer::said() const
     return log.open(QIODevice::ReadOnly) ? log.readAll() : QByteArray();
 }
 
+QSqlDatabase PgServer::addConnection(const QString &name, const QString &database, const QString &role) const
+{
+    QSqlDatabase connection = QSqlDatabase::addDatabase("QPSQL", name);
+    connection.setHostName(socketFolder());
+    connection.setPort(port());
+    connection.setUserName(role);
+    connection.setDatabaseName(database);
+    return connection;
+}
+
 void PgServer::administer(const QString &statement)
 {
     const QString connection = "administer";

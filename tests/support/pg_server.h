@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QByteArrayList>
+#include <QSqlDatabase>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
@@ -46,6 +47,9 @@ public:
 
     /// A new database of the role "objects" holding the empty schema.
     [[nodiscard]] std::unique_ptr<TestDatabase> cloneDatabase();
+    /// A connection of Qt's own over the Unix socket, not opened yet; `name` is Qt's for it.
+    QSqlDatabase addConnection(const QString &name, const QString &database,
+                               const QString &role = QStringLiteral("objects")) const;
     /// Runs one statement as superuser in the database "postgres".
     void administer(const QString &statement);
 

@@ -17,22 +17,13 @@ class TestConnection : public QObject
     Connection m_connection;
     QStringList m_failures;
 
-    void addDatabase(const PgServer &server, const QString &name)
-    {
-        QSqlDatabase db = QSqlDatabase::addDatabase("QPSQL", "tested");
-        db.setHostName(server.socketFolder());
-        db.setPort(server.port());
-        db.setUserName("objects");
-        db.setDatabaseName(name);
-    }
-
     int backend() { return m_connection.query("select pg_backend_pid()").integer(0, 0); }
 
 private slots:
     void init()
     {
         m_database = PgServer::shared().cloneDatabase();
-        addDatabase(PgServer::shared(), m_database->name());
+        PgServer::shared().addConnection("tested", m_database->name());
         m_connection = Connection();
         m_connection.setName("tested");
         m_connection.onFailure([this](const QSqlError &error) { m_failures.append(error.databaseText()); });
@@ -203,7 +194,7 @@ private slots:
     {
         const auto server = PgServer::own();
         QSqlDatabase::removeDatabase("tested");
-        addDatabase(*server, "postgres");
+        server->addConnection("tested", "postgres");
         int outages = 0;
         m_connection.onUnavailable([&](const QSqlError &error) {
             ++outages;
@@ -293,7 +284,7 @@ private slots:
     {
         const auto server = PgServer::own();
         QSqlDatabase::removeDatabase("tested");
-        addDatabase(*server, "postgres");
+        server->addConnection("tested", "postgres");
         m_connection.setName("tested");
         m_connection.setStatementTimeout(std::chrono::milliseconds(200));
         m_connection.beginCommand();

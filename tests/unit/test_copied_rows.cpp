@@ -43,11 +43,7 @@ private slots:
 
     void init()
     {
-        QSqlDatabase db = QSqlDatabase::addDatabase("QPSQL", "tested");
-        db.setHostName(PgServer::shared().socketFolder());
-        db.setPort(PgServer::shared().port());
-        db.setUserName("objects");
-        db.setDatabaseName(m_database->name());
+        PgServer::shared().addConnection("tested", m_database->name());
         m_connection = Connection();
         m_connection.setName("tested");
         m_connection.onFailure([this](const QSqlError &error) { m_failures.append(error.databaseText()); });

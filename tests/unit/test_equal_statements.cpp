@@ -88,11 +88,7 @@ private slots:
     {
         m_database = PgServer::shared().cloneDatabase();
         m_database->run(QString::fromUtf8(kData));
-        QSqlDatabase db = QSqlDatabase::addDatabase("QPSQL", "tested");
-        db.setHostName(PgServer::shared().socketFolder());
-        db.setPort(PgServer::shared().port());
-        db.setUserName("objects_service");
-        db.setDatabaseName(m_database->name());
+        PgServer::shared().addConnection("tested", m_database->name(), "objects_service");
         m_connection.setName("tested");
     }
 

@@ -77,11 +77,7 @@ private slots:
         m_served = PgServer::shared().cloneDatabase();
         for (TestDatabase *database : {m_worded.get(), m_served.get()})
             database->run(kRows);
-        QSqlDatabase db = QSqlDatabase::addDatabase("QPSQL", "tested");
-        db.setHostName(PgServer::shared().socketFolder());
-        db.setPort(PgServer::shared().port());
-        db.setUserName("objects_service");
-        db.setDatabaseName(m_served->name());
+        PgServer::shared().addConnection("tested", m_served->name(), "objects_service");
         m_connection = database::Connection();
         m_connection.setName("tested");
         m_connection.beginCommand();

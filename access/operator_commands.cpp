@@ -29,6 +29,18 @@ enum Column { Name, Operation, Description, ExecBy, Id, NumParams };
 /// The right to commands of operation kind k is personal property 200 + k.
 constexpr qint64 kFirstRight = 200;
 
+database::Statement selectAllowed(qint32 object, int caller, qint32 kind)
+{
+    return {
+        kSelectAllowed,
+        {Value::integer(object), Value::integer(caller), Value::bigInteger(kFirstRight + kind), Value::integer(kind)}};
+}
+
+database::Statement selectParams(qint32 command)
+{
+    return {kSelectParams, {Value::integer(command)}};
+}
+
 } // namespace
 
 void getUserList(CommandCall &call)
@@ -55,12 +67,17 @@ void getObjects(CommandCall &call)
                  [&](const database::CopiedRow &row) { call.out << row.integer(NamedObject) << row.view(ObjectName); });
 }
 
+QList<database::Statement> allowedReads(registry::RequestReader &in, int caller)
+{
+    const auto object = in.read<qint32>();
+    return {selectAllowed(object, caller, in.read<qint32>())};
+}
+
 void getObjectCommand(CommandCall &call)
 {
     const auto object = call.in.read<qint32>();
     const auto kind = call.in.read<qint32>();
-    const auto rows = call.db.query(kSelectAllowed, {Value::integer(object), Value::integer(call.caller()),
-                                                     Value::bigInteger(kFirstRight + kind), Value::integer(kind)});
+    const auto rows = call.db.query(selectAllowed(object, call.caller(), kind));
     call.out << object << rows.rowCount();
     for (int row = 0; row < rows.rowCount(); ++row) {
         call.out << rows.view(row, Name) << rows.integer(row, Operation) << rows.utf8(row, Description)
@@ -69,9 +86,14 @@ void getObjectCommand(CommandCall &call)
     call.out << kind;
 }
 
+QList<database::Statement> paramReads(registry::RequestReader &in, int)
+{
+    return {selectParams(in.read<qint32>())};
+}
+
 void getCommandParams(CommandCall &call)
 {
-    const auto rows = call.db.query(kSelectParams, {Value::integer(call.in.read<qint32>())});
+    const auto rows = call.db.query(selectParams(call.in.read<qint32>()));
     call.out << rows.rowCount();
     for (int row = 0; row < rows.rowCount(); ++row)
         call.out << rows.view(row, 0) << rows.utf8(row, 1) << rows.integer(row, 3) << rows.view(row, 2);

@@ -369,15 +369,16 @@ void TConnector::SlotNewData(TMyLocalSocket *socket)
     m_gathering = true;
     takeFrames(socket);
     m_gathering = false;
+    m_following.clear();
     sendGathered();
+    emit arrivalHandled();
 }
 
 void TConnector::takeFrames(TMyLocalSocket *socket)
 {
     const QPointer<TMyLocalSocket> alive(socket);
-    QByteArray body;
     while (!m_stopping) {
-        const auto result = socket->cutter.next(body);
+        const auto result = m_following.empty() ? lookAhead(socket) : bus::FrameCutter::Result::FrameReady;
         if (result == bus::FrameCutter::Result::TooLong) {
             sendGathered();
             socket->abort();
@@ -391,14 +392,31 @@ void TConnector::takeFrames(TMyLocalSocket *socket)
         }
         if (result != bus::FrameCutter::Result::FrameReady)
             return;
-        deliver(bus::decode(std::move(body)), socket);
+        bus::Frame frame = std::move(m_following.front());
+        m_following.pop_front();
+        deliver(frame, socket);
         // A link that was closed meanwhile takes what it had still to say with it.
         if (!alive || socket->state() == QLocalSocket::UnconnectedState)
             return;
     }
 }
 
-void TConnector::deliver(bus::Frame frame, TMyLocalSocket *socket)
+/// Cuts what has arrived into frames, so that whoever handles one may look at those behind it. What is there for them
+/// is not more than is read at once.
+bus::FrameCutter::Result TConnector::lookAhead(TMyLocalSocket *socket)
+{
+    constexpr std::size_t kMost = 32;
+    QByteArray body;
+    auto result = bus::FrameCutter::Result::FrameReady;
+    while (m_following.size() < kMost && result == bus::FrameCutter::Result::FrameReady) {
+        result = socket->cutter.next(body);
+        if (result == bus::FrameCutter::Result::FrameReady)
+            m_following.push_back(bus::decode(std::move(body)));
+    }
+    return m_following.empty() ? result : bus::FrameCutter::Result::FrameReady;
+}
+
+void TConnector::deliver(bus::Frame &frame, TMyLocalSocket *socket)
 {
     std::visit(
         [&](auto &fields) {

@@ -14,6 +14,8 @@
 #include <QPointer>
 #include <QString>
 
+#include <deque>
+
 class TMyLocalServer;
 
 /// Keeps all links of a service's bus; frames are read and written here only.
@@ -75,6 +77,9 @@ public:
     /// and go out together at the end. Whoever lets the handling wait for something else has to call this before.
     void sendGathered();
 
+    /// The frames that have arrived behind the one being handled, as far as they have been looked at.
+    [[nodiscard]] const std::deque<bus::Frame> &following() const { return m_following; }
+
     /// Ends the event loop with `code`; the frame being handled is finished, none after it is. The first call decides.
     void stop(int code);
 
@@ -84,6 +89,8 @@ signals:
     void NewAction(QByteArray &action_name, QByteArray &message, QByteArray &data, QColor &color, int IDConnection,
                    TMyLocalSocket *socket);
     void NewBusMessage(const QByteArray &iface, const QByteArray &data, int idConnect);
+    /// Behind the signals of all frames that arrived together.
+    void arrivalHandled();
 
 protected:
     void timerEvent(QTimerEvent *event) override;
@@ -111,7 +118,8 @@ private:
     void boundUnfinished();
     void writeTo(TMyLocalSocket *link, const QByteArray &frame, qint64 waitingLimit = kWaitingLimit);
     void takeFrames(TMyLocalSocket *socket);
-    void deliver(bus::Frame frame, TMyLocalSocket *socket);
+    [[nodiscard]] bus::FrameCutter::Result lookAhead(TMyLocalSocket *socket);
+    void deliver(bus::Frame &frame, TMyLocalSocket *socket);
     void deliverData(bus::Data &frame, TMyLocalSocket *socket);
 
     bool m_firstStart = true;
@@ -126,6 +134,7 @@ private:
     bus::IncomingBound m_incomingBound;
     QList<TMyLocalSocket *> m_outgoing; ///< in the order in which the names were added
     TMyLocalSocket *m_admin;
+    std::deque<bus::Frame> m_following; ///< of one link
     bool m_gathering = false;
     QPointer<TMyLocalSocket> m_gatherer; ///< of all links at most one has gathered frames: no other overtakes them
 };

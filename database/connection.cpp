@@ -48,6 +48,7 @@ void Connection::setName(const QString &name)
     m_prepared = false;
     m_wasOpen = false;
     m_queue.forgetAll();
+    m_ahead.clear();
     m_checked = false;
     m_outageTold = false;
     m_openError = QSqlError();
@@ -92,7 +93,9 @@ bool Connection::ready()
     if (!m_checked) {
         m_checked = true;
         m_native = handleOfQt();
-        if (!isAlive()) {
+        // What was sent ahead makes a server speak that is still there; one that has gone is met by what waits for it.
+        const bool speaks = isAhead() && m_native && PQstatus(m_native) == CONNECTION_OK;
+        if (!speaks && !isAlive()) {
             tellLost();
             return open();
         }
@@ -114,6 +117,7 @@ void Connection::prepareSession()
     m_wasOpen = true;
     m_backend = backend();
     m_queue.forgetAll();
+    m_ahead.clear();
     PQsetnonblocking(m_native, 1);
     // Notices are for people at a terminal; a client's text could fill any log with them.
     PQsetNoticeProcessor(
@@ -164,6 +168,8 @@ bool Connection::open()
     if (!db.isValid() || !m_nextAttempt.hasExpired())
         return false;
     m_native = nullptr;
+    m_queue.forgetAll();
+    m_ahead.clear();
     aboutToWait();
     db.close();
     QElapsedTimer taken;
@@ -185,19 +191,76 @@ bool Connection::open()
     return true;
 }
 
-Result Connection::query(const QByteArray &text, const QList<Value> &values)
+Result Connection::query(const Statement &statement)
 {
-    if (!send(&StatementQueue::add, text, values))
+    PGresult *outcome = nullptr;
+    if (isNextAhead(statement))
+        outcome = takeAhead();
+    else if (send(&StatementQueue::add, statement.text, statement.values))
+        outcome = takeAllButLast();
+    else
         return {};
-    PGresult *outcome = takeAllButLast();
     if (isStale(outcome)) {
         PQclear(outcome);
-        m_queue.forget(text);
-        if (!send(&StatementQueue::add, text, values))
+        m_queue.forget(statement.text);
+        if (!send(&StatementQueue::add, statement.text, statement.values))
             return {};
         outcome = takeAllButLast();
     }
     return take(outcome);
+}
+
+bool Connection::sendAhead(const Statement &statement)
+{
+    const bool isPossible = std::ranges::none_of(statement.values, &Value::isImpossible);
+    settle();
+    if (!isPossible || !ready() || m_queue.isFull())
+        return false;
+    if (!m_queue.add(m_native, statement.text, statement.values)) {
+        dropAhead();
+        if (PQstatus(m_native) == CONNECTION_OK)
+            openAnew();
+        return false;
+    }
+    m_ahead.push_back(statement);
+    return true;
+}
+
+void Connection::forgetAhead()
+{
+    // Their outcomes have still to be taken, in their turn.
+    for (Statement &statement : m_ahead)
+        statement = {};
+}
+
+bool Connection::isNextAhead(const Statement &statement)
+{
+    // A session that is found lost takes with it what was sent ahead.
+    return isAhead() && ready() && isAhead() && m_ahead.front() == statement;
+}
+
+/// The outcome of the first that was sent ahead.
+PGresult *Connection::takeAhead()
+{
+    m_ahead.pop_front();
+    if (PQisBusy(m_native) == 1)
+        aboutToWait();
+    PGresult *outcome = m_queue.takeOldest(m_native, m_statementTimeout);
+    if (m_queue.isEmpty())
+        return leavePipeline(outcome);
+    noteAbandoned();
+    return outcome;
+}
+
+/// Those that nobody has asked for.
+void Connection::dropAhead()
+{
+    if (!isAhead())
+        return;
+    while (isAhead())
+        PQclear(takeAhead());
+    // The session may have been lost with them, which is no concern of the command that runs.
+    m_checked = false;
 }
 
 void Connection::post(const QByteArray &text, const QList<Value> &values)
@@ -208,7 +271,7 @@ void Connection::post(const QByteArray &text, const QList<Value> &values)
 
 void Connection::settle()
 {
-    if (!m_queue.isEmpty())
+    if (!isAhead() && !m_queue.isEmpty())
         take(takeAllButLast());
 }
 
@@ -219,6 +282,7 @@ bool Connection::send(Add add, const QByteArray &text, const QList<Value> &value
         fail(impossibleText());
         return false;
     }
+    dropAhead();
     if (!ready()) {
         fail(notOpenError());
         return false;
@@ -262,6 +326,7 @@ Result Connection::queryOnce(const QString &text, const QList<Value> &values)
 bool Connection::forEachRow(const QByteArray &query, const std::function<void(const CopiedRow &)> &takeRow)
 {
     settle();
+    dropAhead();
     if (!ready()) {
         fail(notOpenError());
         return false;
@@ -286,6 +351,7 @@ bool Connection::forEachRow(const QByteArray &query, const std::function<void(co
 Result Connection::script(const QString &text)
 {
     settle();
+    dropAhead();
     if (text.contains(QChar(0)))
         return fail(impossibleText());
     if (!ready())

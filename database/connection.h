@@ -2,6 +2,7 @@
 
 #include "database/copied_row.h"
 #include "database/result.h"
+#include "database/statement.h"
 #include "database/statement_queue.h"
 
 #include <QDeadlineTimer>
@@ -11,6 +12,7 @@
 #include <QString>
 
 #include <chrono>
+#include <deque>
 #include <functional>
 
 namespace database {
@@ -60,15 +62,27 @@ public:
     /// alone for up to 5 s.
     bool ready();
 
-    /// Runs one statement of the service's own, which the session keeps prepared: `text` must be one of a limited
-    /// number. Its placeholders are "?" in order, or "%0", "%1", ...; neither may stand anywhere else in it.
-    [[nodiscard]] Result query(const QByteArray &text, const QList<Value> &values = {});
+    /// Runs one statement, which the session keeps prepared: its text must be one of a limited number.
+    [[nodiscard]] Result query(const Statement &statement);
+    [[nodiscard]] Result query(const QByteArray &text, const QList<Value> &values = {})
+    {
+        return query({text, values});
+    }
+
+    /// Sends a statement that changes nothing before it is asked for: the next query() of the same takes its outcome.
+    /// Any other statement in between makes it one that nobody has asked for. False where it cannot be sent, which is
+    /// no failure, and no more can be.
+    bool sendAhead(const Statement &statement);
+    [[nodiscard]] bool isAhead() const { return !m_ahead.empty(); }
+
+    /// What has not been asked for by now was read too early for whoever asks later: that runs anew.
+    void forgetAhead();
 
     /// The same for a statement whose outcome nobody looks at. It may still be on its way when this returns, and the
     /// statements behind it do not wait for it; each has a success and a commit of its own, in the order of the calls.
     void post(const QByteArray &text, const QList<Value> &values);
 
-    /// Waits for all that has been posted. Everything here that runs a statement does so first.
+    /// Waits for all that has been posted. Everything here that runs another statement does so first.
     void settle();
 
     /// Runs one statement that is put together for this time only, with the placeholders "$1", "$2", ...; see
@@ -113,6 +127,9 @@ private:
     using Add = bool (StatementQueue::*)(PGconn *, const QByteArray &, const QList<Value> &);
     bool send(Add add, const QByteArray &text, const QList<Value> &values);
     PGresult *takeAllButLast();
+    [[nodiscard]] bool isNextAhead(const Statement &statement);
+    PGresult *takeAhead();
+    void dropAhead();
     PGresult *leavePipeline(PGresult *outcome);
     PGresult *run(const QByteArray &text);
     void aboutToWait() const;
@@ -127,10 +144,11 @@ private:
     QSqlError m_openError;
     std::chrono::milliseconds m_statementTimeout{0};
     StatementQueue m_queue;
-    bool m_prepared = false;    ///< the session has our settings
-    Backend m_backend;          ///< of the session
-    Backend m_abandonedBackend; ///< of a session that was given up at work
-    bool m_wasOpen = false;     ///< and its loss has not been told
+    std::deque<Statement> m_ahead; ///< those in the queue that nobody has asked for yet; then it holds no others
+    bool m_prepared = false;       ///< the session has our settings
+    Backend m_backend;             ///< of the session
+    Backend m_abandonedBackend;    ///< of a session that was given up at work
+    bool m_wasOpen = false;        ///< and its loss has not been told
     bool m_checked = false;
     bool m_outageTold = false;
     QDeadlineTimer m_nextAttempt;

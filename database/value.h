@@ -38,6 +38,8 @@ public:
     /// True for a text that no column can hold.
     [[nodiscard]] bool isImpossible() const { return !m_binary && m_bytes.contains('\0'); }
 
+    [[nodiscard]] bool operator==(const Value &) const = default;
+
 private:
     Value(QByteArray bytes, bool binary, Oid type);
 

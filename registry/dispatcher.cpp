@@ -40,11 +40,45 @@ Dispatcher::Dispatcher(std::initializer_list<std::span<const CommandRow>> tables
     }
 }
 
-void Dispatcher::dispatch(const QByteArray &command, const QByteArray &request, int caller)
+void Dispatcher::dispatch(const QByteArray &command, const QByteArray &request, int caller,
+                          const std::deque<bus::Frame> &following)
 {
     const CommandRow *row = m_rows.value(command);
-    if (row)
-        run(*row, request, caller);
+    if (!row)
+        return;
+    if (row->reads && !m_database.isAhead())
+        sendAhead(readsOf(command, request, caller), following);
+    run(*row, request, caller);
+}
+
+/// Empty where only the command itself knows.
+QList<database::Statement> Dispatcher::readsOf(const QByteArray &command, const QByteArray &request, int caller) const
+{
+    const CommandRow *row = m_rows.value(command);
+    if (!row || !row->reads)
+        return {};
+    RequestReader in(request);
+    return row->reads(in, caller);
+}
+
+void Dispatcher::sendAhead(QList<database::Statement> statements, const std::deque<bus::Frame> &following)
+{
+    for (const bus::Frame &frame : following) {
+        const auto *command = std::get_if<bus::Command>(&frame);
+        const auto more =
+            command ? readsOf(command->name, command->data, command->idConnection) : QList<database::Statement>();
+        if (more.isEmpty())
+            break;
+        statements += more;
+    }
+    // One alone is as quick when it is asked for.
+    if (statements.size() < 2)
+        return;
+    m_database.beginCommand();
+    for (const database::Statement &statement : statements) {
+        if (!m_database.sendAhead(statement))
+            break;
+    }
 }
 
 void Dispatcher::run(const CommandRow &row, const QByteArray &request, int caller)

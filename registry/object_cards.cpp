@@ -24,6 +24,11 @@ constexpr const char *kDeleteProperty =
 /// A key and the shortest property: id, two texts, type, value, visibility.
 constexpr int kMinMapEntryBytes = 4 + 4 + 4 + 4 + 4 + 4 + 2;
 
+database::Statement selectCard(qint32 object)
+{
+    return {kSelectCard, {Value::integer(object)}};
+}
+
 /// Replaces the property on each object; an object whose insert fails is announced like the others.
 void setOnObjects(CommandCall &call, const QList<qint32> &objects, const CardsProperty &property)
 {
@@ -39,10 +44,15 @@ void setOnObjects(CommandCall &call, const QList<qint32> &objects, const CardsPr
 
 } // namespace
 
+QList<database::Statement> cardReads(RequestReader &in, int)
+{
+    return {selectCard(in.read<qint32>())};
+}
+
 void getObjectCardV2(CommandCall &call)
 {
     const auto object = call.in.read<qint32>();
-    const auto rows = call.db.query(kSelectCard, {Value::integer(object)});
+    const auto rows = call.db.query(selectCard(object));
     const records::CardRows card(rows);
     call.out << object << rows.rowCount();
     for (int row = 0; row < rows.rowCount(); ++row)

@@ -86,18 +86,34 @@ void setOnObjects(CommandCall &call, const QList<qint32> &objects)
     }
 }
 
+database::Statement countCommands(qint32 object)
+{
+    return {kCountCommands, {Value::integer(object)}};
+}
+
+database::Statement selectCommands(qint32 object)
+{
+    return {kSelectCommands, {Value::integer(object)}};
+}
+
 } // namespace
+
+QList<database::Statement> commandReads(RequestReader &in, int)
+{
+    const auto object = in.read<qint32>();
+    return {countCommands(object), selectCommands(object)};
+}
 
 void getCommandDescV2(CommandCall &call)
 {
     const auto object = call.in.read<qint32>();
-    const auto count = call.db.query(kCountCommands, {Value::integer(object)});
+    const auto count = call.db.query(countCommands(object));
     if (count.rowCount() != 1) {
         call.withholdReply();
         return;
     }
     call.out << object << count.integer(0, 0);
-    writeCommands(call.out, call.db.query(kSelectCommands, {Value::integer(object)}));
+    writeCommands(call.out, call.db.query(selectCommands(object)));
 }
 
 void saveCommandDescV2(CommandCall &call)

@@ -17,6 +17,11 @@ constexpr const char *kDeleteSensors = R"(DELETE FROM "Sensors" where "Id_object
 constexpr const char *kDeleteByType = R"(DELETE FROM "Sensors" WHERE "Id_objects" IN (%1) AND "Type" = '%2')";
 constexpr const char *kDeleteByName = R"(DELETE FROM "Sensors" WHERE "Id_objects" IN (%1) AND "Name" = '%2')";
 
+database::Statement selectSensors(qint32 object)
+{
+    return {kSelectSensors, {Value::integer(object)}};
+}
+
 /// Replaces on each object every sensor of this one's type, whatever its name.
 void setOnObjects(CommandCall &call, const QList<qint32> &objects, const SensorInfoX &sensor)
 {
@@ -32,10 +37,15 @@ void setOnObjects(CommandCall &call, const QList<qint32> &objects, const SensorI
 
 } // namespace
 
+QList<database::Statement> sensorReads(RequestReader &in, int)
+{
+    return {selectSensors(in.read<qint32>())};
+}
+
 void getSensorsV2(CommandCall &call)
 {
     const auto object = call.in.read<qint32>();
-    const auto rows = call.db.query(kSelectSensors, {Value::integer(object)});
+    const auto rows = call.db.query(selectSensors(object));
     const records::SensorRows sensors(rows);
     call.out << object << rows.rowCount();
     for (int row = 0; row < rows.rowCount(); ++row)

@@ -19,6 +19,7 @@ TKernelObjectsServer::TKernelObjectsServer(QObject *parent)
                    m_database, *this)
 {
     connect(connector(), &TConnector::NewCommand, this, &TKernelObjectsServer::AdminCommand);
+    connect(connector(), &TConnector::arrivalHandled, this, [this] { m_database.forgetAhead(); });
     m_database.onOpened([this] {
         if (m_upgradePending)
             upgradeConnections();
@@ -63,7 +64,7 @@ void TKernelObjectsServer::WriteToLog(const QByteArray &text, unsigned char leve
 
 void TKernelObjectsServer::AdminCommand(QByteArray &command, QByteArray &data, int IDConnection, TMyLocalSocket *)
 {
-    m_dispatcher.dispatch(command, data, IDConnection);
+    m_dispatcher.dispatch(command, data, IDConnection, connector()->following());
 }
 
 void TKernelObjectsServer::sendAction(const QByteArray &action, const QByteArray &message, const QByteArray &data,

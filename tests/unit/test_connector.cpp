@@ -256,6 +256,58 @@ private slots:
                                         "data 0 zero"}));
     }
 
+    void showsTheFramesThatFollow()
+    {
+        constexpr int kFrames = 100; // more than are looked at in advance
+        Peer admin(newPath());
+        TConnector connector(nullptr);
+        connector.SetAdminServerName(admin.fullServerName().toUtf8());
+        connector.SetServerName(newPath());
+        tick(connector);
+        QStringList seen;
+        QStringList expected;
+        int shown = 0;
+        connect(&connector, &TConnector::NewCommand, this, [&](QByteArray &name) {
+            seen.append(QString::fromUtf8(name));
+            int number = name.toInt();
+            for (const bus::Frame &frame : connector.following()) {
+                QCOMPARE(std::get<bus::Command>(frame).name, QByteArray::number(++number));
+                ++shown;
+            }
+        });
+        QByteArray all;
+        for (int i = 0; i < kFrames; ++i) {
+            all += command(QByteArray::number(i), {}, 1);
+            expected += QString::number(i);
+        }
+        admin.say(all + command("unfinished", {}, 1).chopped(1));
+        QTRY_COMPARE(seen, expected);
+        QVERIFY2(shown > kFrames, qPrintable(QString::number(shown)));
+        QVERIFY(connector.following().empty());
+    }
+
+    void showsNothingOfALinkThatIsCutOff()
+    {
+        Peer admin(newPath());
+        TConnector connector(nullptr);
+        connector.SetAdminServerName(admin.fullServerName().toUtf8());
+        connector.SetServerName(newPath());
+        tick(connector);
+        int commands = 0;
+        int arrivals = 0;
+        connect(&connector, &TConnector::arrivalHandled, this, [&] { arrivals += commands; });
+        connect(&connector, &TConnector::NewCommand, this,
+                [&](QByteArray &, QByteArray &, int, TMyLocalSocket *socket) {
+                    ++commands;
+                    socket->abort();
+                });
+        admin.say(command("a", {}, 1) + command("b", {}, 1));
+        QTRY_COMPARE(commands, 1);
+        QTRY_COMPARE(arrivals, 1);
+        QVERIFY(connector.following().empty());
+        QCOMPARE(commands, 1);
+    }
+
     void takesThePeerNameFromTheLatestGreeting()
     {
         const QString own = newPath();

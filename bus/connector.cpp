@@ -369,7 +369,7 @@ void TConnector::SlotNewData(TMyLocalSocket *socket)
     m_gathering = true;
     takeFrames(socket);
     m_gathering = false;
-    m_following.clear();
+    forgetArrived();
     sendGathered();
     emit arrivalHandled();
 }
@@ -378,7 +378,7 @@ void TConnector::takeFrames(TMyLocalSocket *socket)
 {
     const QPointer<TMyLocalSocket> alive(socket);
     while (!m_stopping) {
-        const auto result = m_following.empty() ? lookAhead(socket) : bus::FrameCutter::Result::FrameReady;
+        const auto result = following().empty() ? lookAhead(socket) : bus::FrameCutter::Result::FrameReady;
         if (result == bus::FrameCutter::Result::TooLong) {
             sendGathered();
             socket->abort();
@@ -392,9 +392,7 @@ void TConnector::takeFrames(TMyLocalSocket *socket)
         }
         if (result != bus::FrameCutter::Result::FrameReady)
             return;
-        bus::Frame frame = std::move(m_following.front());
-        m_following.pop_front();
-        deliver(frame, socket);
+        deliver(m_arrived[m_next++], socket);
         // A link that was closed meanwhile takes what it had still to say with it.
         if (!alive || socket->state() == QLocalSocket::UnconnectedState)
             return;
@@ -406,14 +404,21 @@ void TConnector::takeFrames(TMyLocalSocket *socket)
 bus::FrameCutter::Result TConnector::lookAhead(TMyLocalSocket *socket)
 {
     constexpr std::size_t kMost = 32;
+    forgetArrived();
     QByteArray body;
     auto result = bus::FrameCutter::Result::FrameReady;
-    while (m_following.size() < kMost && result == bus::FrameCutter::Result::FrameReady) {
+    while (m_arrived.size() < kMost && result == bus::FrameCutter::Result::FrameReady) {
         result = socket->cutter.next(body);
         if (result == bus::FrameCutter::Result::FrameReady)
-            m_following.push_back(bus::decode(std::move(body)));
+            m_arrived.push_back(bus::decode(std::move(body)));
     }
-    return m_following.empty() ? result : bus::FrameCutter::Result::FrameReady;
+    return m_arrived.empty() ? result : bus::FrameCutter::Result::FrameReady;
+}
+
+void TConnector::forgetArrived()
+{
+    m_arrived.clear();
+    m_next = 0;
 }
 
 void TConnector::deliver(bus::Frame &frame, TMyLocalSocket *socket)

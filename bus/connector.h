@@ -14,7 +14,8 @@
 #include <QPointer>
 #include <QString>
 
-#include <deque>
+#include <span>
+#include <vector>
 
 class TMyLocalServer;
 
@@ -78,7 +79,7 @@ public:
     void sendGathered();
 
     /// The frames that have arrived behind the one being handled, as far as they have been looked at.
-    [[nodiscard]] const std::deque<bus::Frame> &following() const { return m_following; }
+    [[nodiscard]] std::span<const bus::Frame> following() const { return std::span(m_arrived).subspan(m_next); }
 
     /// Ends the event loop with `code`; the frame being handled is finished, none after it is. The first call decides.
     void stop(int code);
@@ -119,6 +120,7 @@ private:
     void writeTo(TMyLocalSocket *link, const QByteArray &frame, qint64 waitingLimit = kWaitingLimit);
     void takeFrames(TMyLocalSocket *socket);
     [[nodiscard]] bus::FrameCutter::Result lookAhead(TMyLocalSocket *socket);
+    void forgetArrived();
     void deliver(bus::Frame &frame, TMyLocalSocket *socket);
     void deliverData(bus::Data &frame, TMyLocalSocket *socket);
 
@@ -134,7 +136,8 @@ private:
     bus::IncomingBound m_incomingBound;
     QList<TMyLocalSocket *> m_outgoing; ///< in the order in which the names were added
     TMyLocalSocket *m_admin;
-    std::deque<bus::Frame> m_following; ///< of one link
+    std::vector<bus::Frame> m_arrived; ///< on one link, those that have been handled and those to come
+    std::size_t m_next = 0;            ///< the place of the first to come
     bool m_gathering = false;
     QPointer<TMyLocalSocket> m_gatherer; ///< of all links at most one has gathered frames: no other overtakes them
 };

@@ -41,7 +41,7 @@ Dispatcher::Dispatcher(std::initializer_list<std::span<const CommandRow>> tables
 }
 
 void Dispatcher::dispatch(const QByteArray &command, const QByteArray &request, int caller,
-                          const std::deque<bus::Frame> &following)
+                          std::span<const bus::Frame> following)
 {
     const CommandRow *row = m_rows.value(command);
     if (!row)
@@ -61,7 +61,7 @@ QList<database::Statement> Dispatcher::readsOf(const QByteArray &command, const 
     return row->reads(in, caller);
 }
 
-void Dispatcher::sendAhead(QList<database::Statement> statements, const std::deque<bus::Frame> &following)
+void Dispatcher::sendAhead(QList<database::Statement> statements, std::span<const bus::Frame> following)
 {
     for (const bus::Frame &frame : following) {
         const auto *command = std::get_if<bus::Command>(&frame);

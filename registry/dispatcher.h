@@ -7,7 +7,6 @@
 #include <QByteArray>
 #include <QHash>
 
-#include <deque>
 #include <span>
 
 namespace registry {
@@ -44,12 +43,12 @@ public:
 
     /// `following` are the frames that will be handled next.
     void dispatch(const QByteArray &command, const QByteArray &request, int caller,
-                  const std::deque<bus::Frame> &following = {});
+                  std::span<const bus::Frame> following = {});
 
 private:
     [[nodiscard]] QList<database::Statement> readsOf(const QByteArray &command, const QByteArray &request,
                                                      int caller) const;
-    void sendAhead(QList<database::Statement> statements, const std::deque<bus::Frame> &following);
+    void sendAhead(QList<database::Statement> statements, std::span<const bus::Frame> following);
     void run(const CommandRow &row, const QByteArray &request, int caller);
 
     QHash<QByteArray, const CommandRow *> m_rows;

@@ -336,13 +336,11 @@ private slots:
         QFETCH(QStringList, expected);
         Nobody nobody;
         registry::Dispatcher dispatcher({kCommands}, m_connection, nobody);
-        std::deque<bus::Frame> following;
+        std::vector<bus::Frame> frames;
         for (const QByteArray &command : commands)
-            following.push_back(bus::Command{command, {}, 1});
-        for (const QByteArray &command : commands) {
-            following.pop_front();
-            dispatcher.dispatch(command, {}, 1, following);
-        }
+            frames.push_back(bus::Command{command, {}, 1});
+        for (std::size_t i = 0; i < frames.size(); ++i)
+            dispatcher.dispatch(std::get<bus::Command>(frames[i]).name, {}, 1, std::span(frames).subspan(i + 1));
         QCOMPARE(found, expected);
         QCOMPARE(runs(), int(expected.size()) + 2);
     }
@@ -351,7 +349,8 @@ private slots:
     {
         Nobody nobody;
         registry::Dispatcher dispatcher({kCommands}, m_connection, nobody);
-        dispatcher.dispatch("Read", {}, 1, {bus::Data{1, "x"}, bus::Command{"Read", {}, 1}});
+        const std::vector<bus::Frame> following{bus::Data{1, "x"}, bus::Command{"Read", {}, 1}};
+        dispatcher.dispatch("Read", {}, 1, following);
         QCOMPARE(found, QStringList({"2"}));
         QVERIFY(!m_connection.isAhead());
     }

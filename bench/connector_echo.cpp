@@ -3,6 +3,7 @@
 #include "bench/echo_frames.h"
 #include "bus/action_frame.h"
 #include "bus/connector.h"
+#include "keystone/byte_writer.h"
 
 namespace bench {
 
@@ -11,7 +12,8 @@ ConnectorEcho::ConnectorEcho(const QString &socket)
 {
     connect(m_connector, &TConnector::NewCommand, this, [this](QByteArray &command, QByteArray &data, int caller) {
         bus::ActionFrame answer(command);
-        answer.bytes().append(QByteArrayView(data).sliced(kLongerAnswerHead));
+        // As handlers write large answers.
+        keystone::ByteWriter(&answer.bytes()).append(QByteArrayView(data).sliced(kLongerAnswerHead));
         m_connector->writeToAdmin(answer.take(Qt::blue, caller));
     });
     m_connector->SetAdminServerName(socket.toUtf8());

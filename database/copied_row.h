@@ -16,6 +16,8 @@ public:
     /// no row, as those that end them all.
     [[nodiscard]] bool read(QByteArrayView bytes);
 
+    [[nodiscard]] qsizetype columnCount() const { return m_values.size(); }
+
     /// Null for NULL, which an empty value is not.
     [[nodiscard]] QByteArrayView view(qsizetype column) const { return m_values[column]; }
     [[nodiscard]] bool isNull(qsizetype column) const { return view(column).isNull(); }

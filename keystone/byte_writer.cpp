@@ -1,7 +1,5 @@
 #include "keystone/byte_writer.h"
 
-#include <cstring>
-
 namespace keystone {
 
 namespace {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "keystone/memory.h"
+
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QList>
@@ -8,6 +10,8 @@
 #include <QtEndian>
 
 #include <concepts>
+#include <cstddef>
+#include <cstring>
 
 namespace keystone {
 
@@ -76,7 +80,11 @@ public:
     }
 
     /// Bytes that have this form already, as they are.
-    void append(QByteArrayView streamed) { m_target->append(streamed); }
+    void append(QByteArrayView streamed)
+    {
+        if (!streamed.isEmpty())
+            std::memcpy(grow(streamed.size()), streamed.data(), static_cast<std::size_t>(streamed.size()));
+    }
 
     /// Where the next value goes.
     [[nodiscard]] qsizetype position() const { return m_target->size(); }
@@ -95,7 +103,10 @@ private:
     char *grow(qsizetype size)
     {
         const qsizetype end = m_target->size();
+        const qsizetype room = m_target->capacity();
         m_target->resize(end + size);
+        if (m_target->capacity() != room)
+            preferLargePages(m_target->constData(), static_cast<std::size_t>(m_target->capacity()));
         return m_target->data() + end;
     }
 

@@ -99,6 +99,10 @@ void addBlobs(const QString &folder)
             seeds.add(choose(9) + QByteArray(1, char(how)) + value);
     }
     seeds.add(choose(10) + i8(0) + i32(201) + i8(1) + i32(0) + i8(0) + i32(-1));
+    const QByteArray row =
+        i16(3) + i32(4) + i32(17) + i32(-1) + i32(28) + i32(1) + i32(0) + i32(23) + i32(1) + i32(1) + i32(4) + i32(201);
+    seeds.add(choose(18) + row);
+    seeds.add(choose(18) + QByteArray("PGCOPY\n\377\r\n\0", 11) + i32(0) + i32(2) + "ex" + row);
 }
 
 class Requests

@@ -135,6 +135,7 @@ void Connection::prepareSession()
 void Connection::resetSession()
 {
     settle();
+    dropAhead();
     if (!m_native || PQstatus(m_native) != CONNECTION_OK)
         return;
     PGresult *reset = run("DISCARD ALL");
@@ -193,8 +194,11 @@ bool Connection::open()
 
 Result Connection::query(const Statement &statement)
 {
+    // A session that is found lost takes with it what was sent ahead.
+    if (isAhead())
+        (void)ready();
     PGresult *outcome = nullptr;
-    if (isNextAhead(statement))
+    if (isAhead() && m_ahead.front() == statement)
         outcome = takeAhead();
     else if (send(&StatementQueue::add, statement.text, statement.values))
         outcome = takeAllButLast();
@@ -231,12 +235,6 @@ void Connection::forgetAhead()
     // Their outcomes have still to be taken, in their turn.
     for (Statement &statement : m_ahead)
         statement = {};
-}
-
-bool Connection::isNextAhead(const Statement &statement)
-{
-    // A session that is found lost takes with it what was sent ahead.
-    return isAhead() && ready() && isAhead() && m_ahead.front() == statement;
 }
 
 /// The outcome of the first that was sent ahead.

@@ -127,7 +127,6 @@ private:
     using Add = bool (StatementQueue::*)(PGconn *, const QByteArray &, const QList<Value> &);
     bool send(Add add, const QByteArray &text, const QList<Value> &values);
     PGresult *takeAllButLast();
-    [[nodiscard]] bool isNextAhead(const Statement &statement);
     PGresult *takeAhead();
     void dropAhead();
     PGresult *leavePipeline(PGresult *outcome);

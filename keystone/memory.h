@@ -11,7 +11,7 @@ void keepFreedMemory();
 /// Gives the system back what is kept, once that is more than a little.
 void giveFreedMemoryBack();
 
-/// Has the system fill a large block, which nothing was written to yet, in steps of 2 MB instead of 4 KB. Does nothing
+/// Has the system fill what of a large block nothing was written to yet in steps of 2 MB instead of 4 KB. Does nothing
 /// for a smaller one, or where the system has no such pages.
 void preferLargePages(const void *block, std::size_t size);
 

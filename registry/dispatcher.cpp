@@ -46,6 +46,7 @@ void Dispatcher::dispatch(const QByteArray &command, const QByteArray &request, 
     const CommandRow *row = m_rows.value(command);
     if (!row)
         return;
+    m_database.beginCommand();
     if (row->reads && !m_database.isAhead())
         sendAhead(readsOf(command, request, caller), following);
     run(*row, request, caller);
@@ -61,8 +62,10 @@ QList<database::Statement> Dispatcher::readsOf(const QByteArray &command, const 
     return row->reads(in, caller);
 }
 
+/// Does nothing for a command that comes alone: what it asks for in vain then does not hold up the next.
 void Dispatcher::sendAhead(QList<database::Statement> statements, std::span<const bus::Frame> following)
 {
+    bool isAlone = true;
     for (const bus::Frame &frame : following) {
         const auto *command = std::get_if<bus::Command>(&frame);
         const auto more =
@@ -70,11 +73,10 @@ void Dispatcher::sendAhead(QList<database::Statement> statements, std::span<cons
         if (more.isEmpty())
             break;
         statements += more;
+        isAlone = false;
     }
-    // One alone is as quick when it is asked for.
-    if (statements.size() < 2)
+    if (isAlone)
         return;
-    m_database.beginCommand();
     for (const database::Statement &statement : statements) {
         if (!m_database.sendAhead(statement))
             break;
@@ -85,7 +87,6 @@ void Dispatcher::run(const CommandRow &row, const QByteArray &request, int calle
 {
     QElapsedTimer taken;
     taken.start();
-    m_database.beginCommand();
     m_database.onFailure([&row](const QSqlError &error) { logFailedStatement(row.name, error); });
     CommandCall call(row.name, request, caller, m_database, m_announcer);
     row.handle(call);

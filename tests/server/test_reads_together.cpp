@@ -4,6 +4,7 @@
 #include "conversation.h"
 #include "registry_bytes.h"
 #include "registry_site.h"
+#include "table_lock.h"
 
 using support::command;
 using support::i32;
@@ -71,6 +72,7 @@ private slots:
     void aFailureIsNobodyElses();
     void aStatementNobodyAsksForFailsUnseen();
     void areAnsweredOnANewSession();
+    void aSessionThatIsLostCostsOneAnswer();
 
 private:
     [[nodiscard]] QByteArray answerTo(const QByteArray &question);
@@ -184,6 +186,22 @@ void TestReadsTogether::areAnsweredOnANewSession()
     for (const QByteArray &answer : std::as_const(alone))
         SAYS(m_admin, answer);
     QCOMPARE(m_site.leftover(1), QString()); // the line that tells of the lost session
+}
+
+void TestReadsTogether::aSessionThatIsLostCostsOneAnswer()
+{
+    const QByteArray card = answerTo(askCard(1));
+    support::TableLock lock(*m_site.database, "\"Sensors\"", "ACCESS EXCLUSIVE");
+    m_admin.send(askCard(1) + askSensors(1) + askCard(1) + askCard(1));
+    SAYS(m_admin, card);
+    QVERIFY(lock.isWaitedFor());
+    m_site.database->run("SELECT pg_terminate_backend(pid, 30000) FROM pg_stat_activity WHERE usename = "
+                         "'objects_service'");
+    SAYS(m_admin, support::answer("Get_sensors_v2", i32(1) + i32(0), kOperator));
+    SAYS(m_admin, card);
+    SAYS(m_admin, card);
+    lock.release();
+    QCOMPARE(m_site.leftover(2), QString()); // the statement and the session
 }
 
 QTEST_GUILESS_MAIN(TestReadsTogether)

@@ -179,6 +179,8 @@ private slots:
         QCOMPARE(database::integersOf(head), QList<qint32>());
         QCOMPARE(database::integersOf(head.chopped(1)), QList<qint32>());
         QCOMPARE(database::integersOf(head + i32(4) + i32(7)), QList<qint32>({7}));
+        const QByteArray ofBigIntegers = i32(1) + i32(0) + i32(20) + i32(1) + i32(1);
+        QCOMPARE(database::integersOf(ofBigIntegers + i32(8) + i32(0) + i32(7)), QList<qint32>());
         QCOMPARE(database::integersOf(head + i32(4) + i32(7).chopped(1)), QList<qint32>({0}));
     }
 };

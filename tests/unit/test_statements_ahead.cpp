@@ -304,7 +304,7 @@ private slots:
     {
         const Statement slow{"select pg_sleep(?)", {Value::integer(0)}};
         const Statement tooSlow{"select pg_sleep(?)", {Value::integer(600)}};
-        m_connection.setStatementTimeout(std::chrono::milliseconds(300));
+        m_connection.setStatementTimeout(std::chrono::milliseconds(2000));
         m_connection.beginCommand();
         QVERIFY(m_connection.query(slow).ok());
         QVERIFY(m_connection.query(kOther).ok());
@@ -323,7 +323,8 @@ private slots:
             QTest::newRow(name) << commands << expected;
         };
         row("one alone", {"Read"}, {"2"});
-        row("one alone with two statements", {"Read twice"}, {"ahead 2", "ahead 3"});
+        row("one alone with two statements", {"Read twice"}, {"2", "3"});
+        row("two statements and one", {"Read twice", "Read"}, {"ahead 2", "ahead 3", "ahead 4"});
         row("three", {"Read", "Read", "Read"}, {"ahead 2", "ahead 3", "ahead 4"});
         row("nothing over a change", {"Read", "Change", "Read", "Read"}, {"2", "3", "ahead 4", "ahead 5"});
         row("a change first", {"Change", "Read", "Read"}, {"2", "ahead 3", "ahead 4"});
@@ -343,6 +344,29 @@ private slots:
             dispatcher.dispatch(std::get<bus::Command>(frames[i]).name, {}, 1, std::span(frames).subspan(i + 1));
         QCOMPARE(found, expected);
         QCOMPARE(runs(), int(expected.size()) + 2);
+    }
+
+    void connectsOnceForACommand()
+    {
+        int waits = 0;
+        m_connection.onWait([&] { ++waits; });
+        PgServer::shared().administer("alter database " + m_database->name() + " allow_connections false");
+        m_database->run(kEndSessions);
+        Nobody nobody;
+        registry::Dispatcher dispatcher({kCommands}, m_connection, nobody);
+        const std::vector<bus::Frame> following{bus::Command{"Read", {}, 1}};
+        dispatcher.dispatch("Read", {}, 1, following);
+        PgServer::shared().administer("alter database " + m_database->name() + " allow_connections true");
+        QCOMPARE(waits, 1);
+    }
+
+    void aResetFindsNothingAhead()
+    {
+        const int process = m_connection.query("select pg_backend_pid()").integer(0, 0);
+        QVERIFY(m_connection.sendAhead(kNext));
+        m_connection.resetSession();
+        QVERIFY(!m_connection.isAhead());
+        QCOMPARE(m_connection.query("select pg_backend_pid()").integer(0, 0), process);
     }
 
     void nothingIsSentOverAnotherFrame()

@@ -32,10 +32,11 @@ void giveFreedMemoryBack()
 
 void preferLargePages(const void *block, std::size_t size)
 {
-    // Whole pages inside the block only: what lies beside it is not ours.
-    const auto begin = (reinterpret_cast<std::uintptr_t>(block) + kPage - 1) / kPage * kPage;
-    const auto end = (reinterpret_cast<std::uintptr_t>(block) + size) / kPage * kPage;
-    if (size >= kLargestFromHeap && end > begin)
+    // All pages that the block lies in, which are its own mapping: one that is advised in part can no longer grow in
+    // place, and would be copied.
+    const auto begin = reinterpret_cast<std::uintptr_t>(block) / kPage * kPage;
+    const auto end = (reinterpret_cast<std::uintptr_t>(block) + size + kPage - 1) / kPage * kPage;
+    if (size >= kLargestFromHeap)
         ::madvise(reinterpret_cast<void *>(begin), end - begin, MADV_HUGEPAGE);
 }
 

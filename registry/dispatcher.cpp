@@ -47,7 +47,7 @@ void Dispatcher::dispatch(const QByteArray &command, const QByteArray &request, 
     if (!row)
         return;
     m_database.beginCommand();
-    if (row->reads && !m_database.isAhead())
+    if (row->reads && !following.empty() && !m_database.isAhead())
         sendAhead(readsOf(command, request, caller), following);
     run(*row, request, caller);
 }

@@ -76,6 +76,8 @@ private slots:
 
 private:
     [[nodiscard]] QByteArray answerTo(const QByteArray &question);
+    /// Every question about that many objects, and the answers that each has alone.
+    [[nodiscard]] std::pair<QByteArray, QByteArrayList> askedAlone(int objects);
 
     support::RegistrySite m_site;
     support::AdminPeer &m_admin = m_site.admin;
@@ -102,6 +104,19 @@ QByteArray TestReadsTogether::answerTo(const QByteArray &question)
     return m_admin.nextFrame();
 }
 
+std::pair<QByteArray, QByteArrayList> TestReadsTogether::askedAlone(int objects)
+{
+    QByteArray all;
+    QByteArrayList answers;
+    for (int object = 0; object < objects; ++object) {
+        for (const QByteArray &question : questions(object)) {
+            answers.append(answerTo(question));
+            all += question;
+        }
+    }
+    return {all, answers};
+}
+
 void TestReadsTogether::areAnsweredAsOneByOne_data()
 {
     QTest::addColumn<int>("times");
@@ -112,17 +127,10 @@ void TestReadsTogether::areAnsweredAsOneByOne_data()
 void TestReadsTogether::areAnsweredAsOneByOne()
 {
     QFETCH(int, times);
-    QByteArrayList alone;
-    QByteArray all;
-    for (int object = 0; object < 7; ++object) {
-        for (const QByteArray &question : questions(object)) {
-            alone.append(answerTo(question));
-            all += question;
-        }
-    }
+    const auto [all, alone] = askedAlone(7);
     m_admin.send(all.repeated(times));
     for (int i = 0; i < times; ++i) {
-        for (const QByteArray &answer : std::as_const(alone))
+        for (const QByteArray &answer : alone)
             SAYS(m_admin, answer);
     }
     QCOMPARE(m_site.leftover(0), QString());
@@ -172,18 +180,11 @@ void TestReadsTogether::aStatementNobodyAsksForFailsUnseen()
 
 void TestReadsTogether::areAnsweredOnANewSession()
 {
-    QByteArrayList alone;
-    QByteArray all;
-    for (int object = 0; object < 5; ++object) {
-        for (const QByteArray &question : questions(object)) {
-            alone.append(answerTo(question));
-            all += question;
-        }
-    }
+    const auto [all, alone] = askedAlone(5);
     m_site.database->run("SELECT pg_terminate_backend(pid, 30000) FROM pg_stat_activity WHERE usename = "
                          "'objects_service'");
     m_admin.send(all);
-    for (const QByteArray &answer : std::as_const(alone))
+    for (const QByteArray &answer : alone)
         SAYS(m_admin, answer);
     QCOMPARE(m_site.leftover(1), QString()); // the line that tells of the lost session
 }

@@ -351,9 +351,7 @@ void TestCtlRegistry::saysThatTheDatabaseIsAway()
 {
     QVERIFY(count(R"("Sensors" WHERE "Id_objects" = 1)") > 0); // opens the connection of the test itself
     PgServer::shared().administer("ALTER DATABASE " + m_database->name() + " ALLOW_CONNECTIONS false");
-    const QString others = "pg_stat_activity WHERE datname = current_database() AND pid <> pg_backend_pid()";
-    m_database->run("SELECT pg_terminate_backend(pid) FROM " + others);
-    QVERIFY(ServiceProcess::waitUntil([&] { return count(others) == 0; }));
+    m_database->endSessions();
     const QString message = "objectsctl: the service cannot read from its database, so that the change cannot be "
                             "confirmed: its log says why\n";
     QCOMPARE(run({"sensors", "save", "1"}, R"({"sensors": []})"), 1);

@@ -114,9 +114,7 @@ void TestLinkBound::keepsFilesFreeForDatabaseAndSiblings()
     const QStringList told = service.logTexts().filter(kRefused);
     QCOMPARE(told, QStringList(kRefused + QString::number(service.logCount(kTaken)) + " are open"));
     // A database connection that is lost now can be made anew, and so can a sibling's link.
-    m_narrow.database->run(
-        "SELECT pg_terminate_backend(pid, 30000) FROM pg_stat_activity WHERE datname = current_database() "
-        "AND usename = 'objects_service'");
+    m_narrow.database->endSessions();
     m_narrow.admin.send(save());
     SAYS(m_narrow.admin, support::savedCard(17));
     RECORDS(m_narrow.client, "User 'ivanov' save card with id=17");

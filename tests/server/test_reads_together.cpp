@@ -181,8 +181,7 @@ void TestReadsTogether::aStatementNobodyAsksForFailsUnseen()
 void TestReadsTogether::areAnsweredOnANewSession()
 {
     const auto [all, alone] = askedAlone(5);
-    m_site.database->run("SELECT pg_terminate_backend(pid, 30000) FROM pg_stat_activity WHERE usename = "
-                         "'objects_service'");
+    m_site.database->endSessions();
     m_admin.send(all);
     for (const QByteArray &answer : alone)
         SAYS(m_admin, answer);
@@ -196,8 +195,7 @@ void TestReadsTogether::aSessionThatIsLostCostsOneAnswer()
     m_admin.send(askCard(1) + askSensors(1) + askCard(1) + askCard(1));
     SAYS(m_admin, card);
     QVERIFY(lock.isWaitedFor());
-    m_site.database->run("SELECT pg_terminate_backend(pid, 30000) FROM pg_stat_activity WHERE usename = "
-                         "'objects_service'");
+    m_site.database->endSessions();
     SAYS(m_admin, support::answer("Get_sensors_v2", i32(1) + i32(0), kOperator));
     SAYS(m_admin, card);
     SAYS(m_admin, card);

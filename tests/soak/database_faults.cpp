@@ -97,8 +97,7 @@ void connectionsTaken(Scene &scene)
     scene.doubt();
     // The service shall not take its own place again before the others do.
     site.database().run("ALTER ROLE objects_service CONNECTION LIMIT 0");
-    site.database().run("SELECT pg_terminate_backend(pid, 30000) FROM pg_stat_activity WHERE usename = "
-                        "'objects_service'");
+    site.database().endSessions();
     const QStringList taken = takeConnections(site);
     site.database().run("ALTER ROLE objects_service CONNECTION LIMIT -1");
     scene.run(kFewest + scene.random(kMore));

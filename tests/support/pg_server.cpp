@@ -357,6 +357,13 @@ QStringList TestDatabase::rows(const QString &query)
     return rows;
 }
 
+void TestDatabase::endSessions(const QString &role)
+{
+    run(QStringLiteral("SELECT pg_terminate_backend(pid, 30000) FROM pg_stat_activity WHERE datname = "
+                       "current_database() AND usename = '%1' AND pid <> pg_backend_pid()")
+            .arg(role));
+}
+
 void TestDatabase::disconnect()
 {
     if (QSqlDatabase::contains(m_connection))

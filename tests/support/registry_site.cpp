@@ -64,16 +64,7 @@ QByteArrayList RegistrySite::recordedLines()
 void RegistrySite::closeDatabaseToService()
 {
     PgServer::shared().administer(QStringLiteral("ALTER DATABASE %1 ALLOW_CONNECTIONS false").arg(database->name()));
-    database->run("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = current_database() AND "
-                  "usename = 'objects_service'");
-    const bool gone = ServiceProcess::waitUntil([this] {
-        return database
-                   ->value("SELECT count(*) FROM pg_stat_activity WHERE datname = current_database() AND usename = "
-                           "'objects_service'")
-                   .toInt() == 0;
-    });
-    if (!gone)
-        qFatal("the service kept its connection to %s", qPrintable(database->name()));
+    database->endSessions();
 }
 
 StatementFault::StatementFault(TestDatabase &database, const QString &table, const QString &event,

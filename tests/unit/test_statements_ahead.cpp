@@ -21,9 +21,6 @@ const Statement kNext{"select nextval('runs')", {}};
 
 const Statement kOther{"select 7", {}};
 
-const QString kEndSessions = "select pg_terminate_backend(pid, 30000) from pg_stat_activity where usename = 'objects' "
-                             "and pid <> pg_backend_pid()";
-
 /// What the commands below found when they were handled.
 QStringList found;
 
@@ -249,7 +246,7 @@ private slots:
         m_connection.onLost([&] { ++lost; });
         QVERIFY(m_connection.sendAhead(kOther));
         QVERIFY(m_connection.sendAhead(kOther));
-        m_database->run(kEndSessions);
+        m_database->endSessions("objects");
         // The server may have answered before it went.
         for (int i = 0; i < 3; ++i) {
             m_connection.beginCommand();
@@ -266,7 +263,7 @@ private slots:
     {
         QVERIFY(m_connection.sendAhead(kOther));
         QVERIFY(m_connection.sendAhead(kOther));
-        m_database->run(kEndSessions);
+        m_database->endSessions("objects");
         m_connection.beginCommand();
         QCOMPARE(next(), 2);
         QCOMPARE(m_failures, QStringList());
@@ -351,7 +348,7 @@ private slots:
         int waits = 0;
         m_connection.onWait([&] { ++waits; });
         PgServer::shared().administer("alter database " + m_database->name() + " allow_connections false");
-        m_database->run(kEndSessions);
+        m_database->endSessions("objects");
         Nobody nobody;
         registry::Dispatcher dispatcher({kCommands}, m_connection, nobody);
         const std::vector<bus::Frame> following{bus::Command{"Read", {}, 1}};

@@ -96,8 +96,8 @@ public:
     [[nodiscard]] QVariant value(const QString &query);
     /// Every row as its columns in text form joined by '|', NULL as "NULL".
     [[nodiscard]] QStringList rows(const QString &query);
-    /// Ends the other sessions that `role` has in this database, and no other's: tests share a server. Returns when they
-    /// have gone.
+    /// Ends the other sessions that `role` has in this database, and no other's: tests share a server. Returns when
+    /// they have gone.
     void endSessions(const QString &role = QStringLiteral("objects_service"));
     /// Ends the connection of this object, so that a database or server may go; the next statement makes a new one.
     void disconnect();

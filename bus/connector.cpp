@@ -369,7 +369,7 @@ void TConnector::SlotNewData(TMyLocalSocket *socket)
     m_gathering = true;
     takeFrames(socket);
     m_gathering = false;
-    forgetArrived();
+    m_arrived.forget();
     sendGathered();
     emit arrivalHandled();
 }
@@ -378,7 +378,7 @@ void TConnector::takeFrames(TMyLocalSocket *socket)
 {
     const QPointer<TMyLocalSocket> alive(socket);
     while (!m_stopping) {
-        const auto result = following().empty() ? lookAhead(socket) : bus::FrameCutter::Result::FrameReady;
+        const auto result = m_arrived.next(socket->cutter);
         if (result == bus::FrameCutter::Result::TooLong) {
             sendGathered();
             socket->abort();
@@ -392,33 +392,11 @@ void TConnector::takeFrames(TMyLocalSocket *socket)
         }
         if (result != bus::FrameCutter::Result::FrameReady)
             return;
-        deliver(m_arrived[m_next++], socket);
+        deliver(m_arrived.current(), socket);
         // A link that was closed meanwhile takes what it had still to say with it.
         if (!alive || socket->state() == QLocalSocket::UnconnectedState)
             return;
     }
-}
-
-/// Cuts what has arrived into frames, so that whoever handles one may look at those behind it. What is there for them
-/// is not more than is read at once.
-bus::FrameCutter::Result TConnector::lookAhead(TMyLocalSocket *socket)
-{
-    constexpr std::size_t kMost = 32;
-    forgetArrived();
-    QByteArray body;
-    auto result = bus::FrameCutter::Result::FrameReady;
-    while (m_arrived.size() < kMost && result == bus::FrameCutter::Result::FrameReady) {
-        result = socket->cutter.next(body);
-        if (result == bus::FrameCutter::Result::FrameReady)
-            m_arrived.push_back(bus::decode(std::move(body)));
-    }
-    return m_arrived.empty() ? result : bus::FrameCutter::Result::FrameReady;
-}
-
-void TConnector::forgetArrived()
-{
-    m_arrived.clear();
-    m_next = 0;
 }
 
 void TConnector::deliver(bus::Frame &frame, TMyLocalSocket *socket)

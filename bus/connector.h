@@ -1,5 +1,6 @@
 #pragma once
 
+#include "bus/arrived_frames.h"
 #include "bus/frame.h"
 #include "bus/incoming_bound.h"
 #include "bus/local_socket.h"
@@ -15,7 +16,6 @@
 #include <QString>
 
 #include <span>
-#include <vector>
 
 class TMyLocalServer;
 
@@ -79,7 +79,7 @@ public:
     void sendGathered();
 
     /// The frames that have arrived behind the one being handled, as far as they have been looked at.
-    [[nodiscard]] std::span<const bus::Frame> following() const { return std::span(m_arrived).subspan(m_next); }
+    [[nodiscard]] std::span<const bus::Frame> following() const { return m_arrived.following(); }
 
     /// Ends the event loop with `code`; the frame being handled is finished, none after it is. The first call decides.
     void stop(int code);
@@ -119,8 +119,6 @@ private:
     void boundUnfinished();
     void writeTo(TMyLocalSocket *link, const QByteArray &frame, qint64 waitingLimit = kWaitingLimit);
     void takeFrames(TMyLocalSocket *socket);
-    [[nodiscard]] bus::FrameCutter::Result lookAhead(TMyLocalSocket *socket);
-    void forgetArrived();
     void deliver(bus::Frame &frame, TMyLocalSocket *socket);
     void deliverData(bus::Data &frame, TMyLocalSocket *socket);
 
@@ -136,8 +134,7 @@ private:
     bus::IncomingBound m_incomingBound;
     QList<TMyLocalSocket *> m_outgoing; ///< in the order in which the names were added
     TMyLocalSocket *m_admin;
-    std::vector<bus::Frame> m_arrived; ///< on one link, those that have been handled and those to come
-    std::size_t m_next = 0;            ///< the place of the first to come
+    bus::ArrivedFrames m_arrived;
     bool m_gathering = false;
     QPointer<TMyLocalSocket> m_gatherer; ///< of all links at most one has gathered frames: no other overtakes them
 };

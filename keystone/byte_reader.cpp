@@ -30,22 +30,29 @@ ByteReader &ByteReader::operator>>(QByteArray &bytes)
     return *this;
 }
 
-ByteReader &ByteReader::operator>>(QString &text)
+ByteReader &ByteReader::operator>>(Utf16 &text)
 {
-    text = QString();
+    text = {};
     quint32 length = 0;
     *this >> length;
     if (length == kNull)
         return *this;
-    if (length % kUnitBytes != 0) {
+    if (length % kUnitBytes != 0)
         fail();
+    else
+        text.bytes = take(length);
+    return *this;
+}
+
+ByteReader &ByteReader::operator>>(QString &text)
+{
+    Utf16 units;
+    *this >> units;
+    text = QString();
+    if (units.bytes.isNull())
         return *this;
-    }
-    const QByteArrayView units = take(length);
-    if (units.isNull())
-        return *this;
-    text = QString(qsizetype(length) / kUnitBytes, Qt::Uninitialized);
-    qFromBigEndian<char16_t>(units.data(), text.size(), text.data());
+    text = QString(units.bytes.size() / kUnitBytes, Qt::Uninitialized);
+    qFromBigEndian<char16_t>(units.bytes.data(), text.size(), text.data());
     return *this;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "keystone/text_views.h"
+
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QList>
@@ -38,6 +40,7 @@ public:
 
     ByteReader &operator>>(QByteArray &bytes);
     ByteReader &operator>>(QString &text);
+    ByteReader &operator>>(Utf16 &text);
 
     /// See readContainer() for a count that is not to be believed.
     template <typename Element>

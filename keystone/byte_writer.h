@@ -1,6 +1,7 @@
 #pragma once
 
 #include "keystone/memory.h"
+#include "keystone/text_views.h"
 
 #include <QByteArray>
 #include <QByteArrayView>
@@ -14,19 +15,6 @@
 #include <cstring>
 
 namespace keystone {
-
-/// A text of which the UTF-8 is at hand; a null view is a null text.
-struct Utf8
-{
-    QByteArrayView bytes;
-};
-
-/// The texts between the separators, an ASCII character; of an empty or null text that is one empty text.
-struct Utf8List
-{
-    QByteArrayView bytes;
-    char separator;
-};
 
 /// Appends to `target`, which must outlive the writer, the bytes that a QDataStream of the version in keystone/stream.h
 /// would: replies are written value by value from rows, and a stream on a buffer takes ten times as long for a value. A
@@ -60,6 +48,7 @@ public:
     ByteWriter &operator<<(const QString &text);
     ByteWriter &operator<<(Utf8 text);
     ByteWriter &operator<<(Utf8List texts);
+    ByteWriter &operator<<(Utf16 text) { return *this << text.bytes; }
 
     template <typename Element>
     ByteWriter &operator<<(const QList<Element> &list)

@@ -110,6 +110,18 @@ void unpack(QByteArrayView packed, CardsProperty &property)
     in >> property.type >> property.value >> property.visible;
 }
 
+void writeProperty(keystone::ByteWriter &out, qint32 id, keystone::Utf8 name, keystone::Utf8 description,
+                   QByteArrayView packed)
+{
+    keystone::ByteReader in(packed);
+    qint32 type = 0;
+    in >> type;
+    const QByteArrayView value = in.readBlock();
+    qint16 visible = 0;
+    in >> visible;
+    out << id << name << description << type << value << visible;
+}
+
 QByteArray pack(const SensorInfoX &sensor)
 {
     QByteArray packed;
@@ -127,6 +139,21 @@ void unpack(QByteArrayView packed, SensorInfoX &sensor)
     in >> sensor.calculate >> sensor.rate;
 }
 
+void writeSensor(keystone::ByteWriter &out, keystone::Utf8 name, QByteArrayView packed)
+{
+    keystone::ByteReader in(packed);
+    keystone::Utf16 measure;
+    qint32 quality = 0;
+    qint16 type = 0;
+    qint16 vid = 0;
+    QList<keystone::Utf16> labels;
+    keystone::Utf16 calculate;
+    in >> measure >> quality >> type >> vid;
+    keystone::readContainer(in, labels, sizeof(quint32));
+    in >> calculate;
+    out << name << measure << quality << type << vid << labels << calculate << in.readBlock();
+}
+
 QByteArray pack(const CmdDesc &command)
 {
     QByteArray packed;
@@ -141,6 +168,15 @@ void unpack(QByteArrayView packed, CmdDesc &command)
     in >> command.operation >> command.execBy;
 }
 
+void writeCommand(keystone::ByteWriter &out, qint32 id, keystone::Utf8 name, keystone::Utf8 description,
+                  QByteArrayView packed, qint32 numParams)
+{
+    keystone::ByteReader in(packed);
+    qint32 operation = 0;
+    in >> operation;
+    out << id << name << description << operation << in.readBlock() << numParams;
+}
+
 QByteArray pack(const ParamDesc &parameter)
 {
     QByteArray packed;
@@ -153,6 +189,16 @@ void unpack(QByteArrayView packed, ParamDesc &parameter)
 {
     keystone::ByteReader in(packed);
     in >> parameter.value >> parameter.type;
+}
+
+void writeParameter(keystone::ByteWriter &out, QByteArrayView name, QByteArrayView packed, keystone::Utf8 description,
+                    qint32 id)
+{
+    keystone::ByteReader in(packed);
+    const QByteArrayView value = in.readBlock();
+    qint32 type = 0;
+    in >> type;
+    out << name << value << description << type << id;
 }
 
 } // namespace records

@@ -6,12 +6,14 @@
 #include "keystone/records.h"
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QList>
 #include <QStringList>
 
 /// How the shared records lie in the database: in columns of their own for an object, packed into "SpecificData" for a
 /// template. Packing and unpacking mirror each other; fields that are columns everywhere (names, captions, ids) are
-/// left alone. Bytes that end early unpack to zero and empty fields.
+/// left alone. Bytes that end early unpack to zero and empty fields. Into a reply a record is written straight from its
+/// packed form, with the fields that are columns.
 namespace records {
 
 /// A card as its rows come, to be written into a reply. The columns are those of "Objects_property". The rows must
@@ -78,17 +80,24 @@ private:
 /// type, value, visible
 [[nodiscard]] QByteArray pack(const CardsProperty &property);
 void unpack(QByteArrayView packed, CardsProperty &property);
+void writeProperty(keystone::ByteWriter &out, qint32 id, keystone::Utf8 name, keystone::Utf8 description,
+                   QByteArrayView packed);
 
 /// measure, quality, type, vid, enumeration, calculate, rate
 [[nodiscard]] QByteArray pack(const SensorInfoX &sensor);
 void unpack(QByteArrayView packed, SensorInfoX &sensor);
+void writeSensor(keystone::ByteWriter &out, keystone::Utf8 name, QByteArrayView packed);
 
 /// operation, execBy
 [[nodiscard]] QByteArray pack(const CmdDesc &command);
 void unpack(QByteArrayView packed, CmdDesc &command);
+void writeCommand(keystone::ByteWriter &out, qint32 id, keystone::Utf8 name, keystone::Utf8 description,
+                  QByteArrayView packed, qint32 numParams);
 
 /// value, type
 [[nodiscard]] QByteArray pack(const ParamDesc &parameter);
 void unpack(QByteArrayView packed, ParamDesc &parameter);
+void writeParameter(keystone::ByteWriter &out, QByteArrayView name, QByteArrayView packed, keystone::Utf8 description,
+                    qint32 id);
 
 } // namespace records

@@ -62,12 +62,11 @@ bool insertIdentity(database::Connection &db, qint32 object, const Identity &ide
 /// the one written last, and nowhere before there is one.
 void copyToObject(database::Connection &db, qint32 number, qint32 object)
 {
-    readCard(db, number, {}, [&](const CardsProperty &property) { registry::postProperty(db, object, property); });
-    readSensors(db, number, {}, [&](const SensorInfoX &sensor) { registry::postSensor(db, object, sensor); });
+    readCard(db, number, [&](const CardsProperty &property) { registry::postProperty(db, object, property); });
+    readSensors(db, number, [&](const SensorInfoX &sensor) { registry::postSensor(db, object, sensor); });
     qint32 key = 0;
     readControls(
-        db, number, {},
-        [&](const CmdDesc &command) { key = registry::insertCommand(db, object, command).value_or(key); },
+        db, number, [&](const CmdDesc &command) { key = registry::insertCommand(db, object, command).value_or(key); },
         [&](const ParamDesc &parameter) {
             if (key != 0)
                 registry::postParameter(db, key, parameter);
@@ -76,11 +75,11 @@ void copyToObject(database::Connection &db, qint32 number, qint32 object)
 
 void copyToTemplate(database::Connection &db, qint32 number, qint32 copy)
 {
-    readCard(db, number, {}, [&](const CardsProperty &property) { postTemplateProperty(db, copy, property); });
-    readSensors(db, number, {}, [&](const SensorInfoX &sensor) { postTemplateSensor(db, copy, sensor); });
+    readCard(db, number, [&](const CardsProperty &property) { postTemplateProperty(db, copy, property); });
+    readSensors(db, number, [&](const SensorInfoX &sensor) { postTemplateSensor(db, copy, sensor); });
     qint32 key = 0;
     readControls(
-        db, number, {}, [&](const CmdDesc &command) { key = insertTemplateCommand(db, copy, command).value_or(key); },
+        db, number, [&](const CmdDesc &command) { key = insertTemplateCommand(db, copy, command).value_or(key); },
         [&](const ParamDesc &parameter) {
             if (key != 0)
                 postTemplateParameter(db, key, parameter);

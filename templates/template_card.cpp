@@ -16,22 +16,30 @@ constexpr const char *kDeleteCard = R"(DELETE FROM "%0" WHERE "Owner" = %1 AND "
 constexpr const char *kInsertProperty =
     R"(INSERT INTO "Templates" ("Owner","Class","Name","Description","SpecificData") VALUES (?,'p',?,?,?))";
 
+/// The columns of kSelectCard.
+enum Column { Name, Description, Data, Id };
+
 CardsProperty propertyFromRow(const database::Result &rows, int row)
 {
     CardsProperty property;
-    property.id = rows.integer(row, 3);
-    property.name = rows.text(row, 0);
-    property.description = rows.text(row, 1);
-    records::unpack(rows.view(row, 2), property);
+    property.id = rows.integer(row, Id);
+    property.name = rows.text(row, Name);
+    property.description = rows.text(row, Description);
+    records::unpack(rows.view(row, Data), property);
     return property;
+}
+
+void writePropertyOfRow(keystone::ByteWriter &out, const database::Result &rows, int row)
+{
+    records::writeProperty(out, rows.integer(row, Id), rows.utf8(row, Name), rows.utf8(row, Description),
+                           rows.view(row, Data));
 }
 
 } // namespace
 
-void readCard(database::Connection &db, qint32 number, const NumberSink &emitNumber,
-              const std::function<void(const CardsProperty &)> &emitProperty)
+void readCard(database::Connection &db, qint32 number, const std::function<void(const CardsProperty &)> &emitProperty)
 {
-    readRecords<CardsProperty>(db, number, kSelectCard, emitNumber, propertyFromRow, emitProperty);
+    readRecords<CardsProperty>(db, number, kSelectCard, propertyFromRow, emitProperty);
 }
 
 void postTemplateProperty(database::Connection &db, qint32 number, const CardsProperty &property)
@@ -42,8 +50,7 @@ void postTemplateProperty(database::Connection &db, qint32 number, const CardsPr
 
 void getTemplateCardV2(CommandCall &call)
 {
-    const auto write = [&call](const auto &value) { call.out << value; };
-    readCard(call.db, call.in.read<qint32>(), write, write);
+    writeRecords(call, kSelectCard, writePropertyOfRow);
 }
 
 void saveTemplateCardV2(CommandCall &call)

@@ -46,6 +46,24 @@ ParamDesc parameterFromRow(const database::Result &rows, int row)
     return parameter;
 }
 
+/// Gives the first row of each command, and each row with a parameter of it, in their order.
+void walk(const database::Result &rows, const std::function<void(int)> &command,
+          const std::function<void(int)> &parameter)
+{
+    // A first command with the key 0 does not differ from none: it is counted but not given.
+    qint32 id = 0;
+    qint32 parameters = 0;
+    for (int row = 0; row < rows.rowCount(); ++row) {
+        if (const qint32 next = rows.integer(row, CmdId); next != id) {
+            id = next;
+            parameters = rows.integer(row, NumParams);
+            command(row);
+        }
+        if (parameters > 0)
+            parameter(row);
+    }
+}
+
 QList<Value> bind(qint32 command, const ParamDesc &parameter)
 {
     return {Value::integer(command), Value::text(QString::fromUtf8(parameter.name)), Value::text(parameter.description),
@@ -68,29 +86,16 @@ bool insertNextControl(CommandCall &call, qint32 number)
 
 } // namespace
 
-void readControls(database::Connection &db, qint32 number, const NumberSink &emitNumber,
-                  const std::function<void(const CmdDesc &)> &emitCommand,
+void readControls(database::Connection &db, qint32 number, const std::function<void(const CmdDesc &)> &emitCommand,
                   const std::function<void(const ParamDesc &)> &emitParameter)
 {
     const auto place = TemplatePlace::of(number);
-    const auto count = place.query(db, kCountCommands);
-    if (count.rowCount() == 0)
+    if (place.query(db, kCountCommands).rowCount() == 0)
         return;
-    if (emitNumber) {
-        emitNumber(static_cast<qint32>(place.number));
-        emitNumber(count.integer(0, 0));
-    }
     const auto rows = place.query(db, kSelectControls);
-    CmdDesc command;
-    for (int row = 0; row < rows.rowCount(); ++row) {
-        // A first command with the key 0 does not differ from none: it is counted but not given.
-        if (rows.integer(row, CmdId) != command.id) {
-            command = commandFromRow(rows, row);
-            emitCommand(command);
-        }
-        if (command.numParams > 0)
-            emitParameter(parameterFromRow(rows, row));
-    }
+    walk(
+        rows, [&](int row) { emitCommand(commandFromRow(rows, row)); },
+        [&](int row) { emitParameter(parameterFromRow(rows, row)); });
 }
 
 std::optional<qint32> insertTemplateCommand(database::Connection &db, qint32 number, const CmdDesc &command)
@@ -115,8 +120,23 @@ void postTemplateParameter(database::Connection &db, qint32 command, const Param
 
 void getTemplateControlsV2(CommandCall &call)
 {
-    const auto write = [&call](const auto &value) { call.out << value; };
-    readControls(call.db, call.in.read<qint32>(), write, write, write);
+    const auto place = TemplatePlace::of(call.in.read<qint32>());
+    const auto count = place.query(call.db, kCountCommands);
+    if (count.rowCount() == 0)
+        return;
+    call.out << static_cast<qint32>(place.number) << count.integer(0, 0);
+    const auto rows = place.query(call.db, kSelectControls);
+    walk(
+        rows,
+        [&](int row) {
+            records::writeCommand(call.out, rows.integer(row, CmdId), rows.utf8(row, CmdName),
+                                  rows.utf8(row, CmdDescription), rows.view(row, CmdData),
+                                  rows.integer(row, NumParams));
+        },
+        [&](int row) {
+            records::writeParameter(call.out, rows.view(row, ParamName), rows.view(row, ParamData),
+                                    rows.utf8(row, ParamDescription), rows.integer(row, ParamId));
+        });
 }
 
 void saveTemplateControlsV2(CommandCall &call)

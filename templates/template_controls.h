@@ -9,10 +9,9 @@ namespace templates {
 void getTemplateControlsV2(registry::CommandCall &call);
 void saveTemplateControlsV2(registry::CommandCall &call);
 
-/// Walks a template's commands in their order, each followed by its parameters. `emitNumber` may be empty. What the
-/// others do stops nothing. Nothing at all is emitted when the commands cannot be counted.
-void readControls(database::Connection &db, qint32 number, const NumberSink &emitNumber,
-                  const std::function<void(const CmdDesc &)> &emitCommand,
+/// Walks a template's commands in their order, each followed by its parameters. What the two do stops nothing. Nothing
+/// at all is emitted when the commands cannot be counted.
+void readControls(database::Connection &db, qint32 number, const std::function<void(const CmdDesc &)> &emitCommand,
                   const std::function<void(const ParamDesc &)> &emitParameter);
 
 /// Adds a command to an own template and gives its row key; nothing when the insert failed.

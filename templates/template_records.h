@@ -9,22 +9,25 @@
 /// What a template's card and its sensors have in common: rows that are read in their order and saved all anew.
 namespace templates {
 
-/// Given the template's number without its sign, then the number of records (-1 when they could not be read).
-using NumberSink = std::function<void(qint32)>;
+/// Writes the template that the request names: its number without the sign, how many rows `select` has in it (-1 when
+/// they could not be read), and each of them by `writeRow`.
+inline void writeRecords(registry::CommandCall &call, const char *select,
+                         void (*writeRow)(keystone::ByteWriter &, const database::Result &, int))
+{
+    const auto place = TemplatePlace::of(call.in.read<qint32>());
+    const auto rows = place.query(call.db, select);
+    call.out << static_cast<qint32>(place.number) << rows.size();
+    for (int row = 0; row < rows.rowCount(); ++row)
+        writeRow(call.out, rows, row);
+}
 
-/// Walks the rows of `select` in the template that clients call `number`. `emitNumber` may be empty. What `emitRecord`
-/// does stops nothing.
+/// Walks the rows of `select` in the template that clients call `number`. What `emitRecord` does stops nothing.
 template <typename Record>
-void readRecords(database::Connection &db, qint32 number, const char *select, const NumberSink &emitNumber,
+void readRecords(database::Connection &db, qint32 number, const char *select,
                  Record (*fromRow)(const database::Result &, int),
                  const std::function<void(const Record &)> &emitRecord)
 {
-    const auto place = TemplatePlace::of(number);
-    const auto rows = place.query(db, select);
-    if (emitNumber) {
-        emitNumber(static_cast<qint32>(place.number));
-        emitNumber(rows.size());
-    }
+    const auto rows = TemplatePlace::of(number).query(db, select);
     for (int row = 0; row < rows.rowCount(); ++row)
         emitRecord(fromRow(rows, row));
 }

@@ -16,21 +16,27 @@ constexpr const char *kDeleteSensors = R"(DELETE FROM "%0" WHERE "Owner" = %1 AN
 constexpr const char *kInsertSensor =
     R"(INSERT INTO "Templates" ("Owner","Class","Name","Description","SpecificData") VALUES (?,'s',?,?,?))";
 
+/// The columns of kSelectSensors. "Name" is empty: a sensor's name stands where the others have their caption.
+enum Column { Empty, Name, Data };
+
 SensorInfoX sensorFromRow(const database::Result &rows, int row)
 {
     SensorInfoX sensor;
-    // "Name" is empty: a sensor's name stands where the others have their caption.
-    sensor.name = rows.text(row, 1);
-    records::unpack(rows.view(row, 2), sensor);
+    sensor.name = rows.text(row, Name);
+    records::unpack(rows.view(row, Data), sensor);
     return sensor;
+}
+
+void writeSensorOfRow(keystone::ByteWriter &out, const database::Result &rows, int row)
+{
+    records::writeSensor(out, rows.utf8(row, Name), rows.view(row, Data));
 }
 
 } // namespace
 
-void readSensors(database::Connection &db, qint32 number, const NumberSink &emitNumber,
-                 const std::function<void(const SensorInfoX &)> &emitSensor)
+void readSensors(database::Connection &db, qint32 number, const std::function<void(const SensorInfoX &)> &emitSensor)
 {
-    readRecords<SensorInfoX>(db, number, kSelectSensors, emitNumber, sensorFromRow, emitSensor);
+    readRecords<SensorInfoX>(db, number, kSelectSensors, sensorFromRow, emitSensor);
 }
 
 void postTemplateSensor(database::Connection &db, qint32 number, const SensorInfoX &sensor)
@@ -41,8 +47,7 @@ void postTemplateSensor(database::Connection &db, qint32 number, const SensorInf
 
 void getTemplateSensorsV2(CommandCall &call)
 {
-    const auto write = [&call](const auto &value) { call.out << value; };
-    readSensors(call.db, call.in.read<qint32>(), write, write);
+    writeRecords(call, kSelectSensors, writeSensorOfRow);
 }
 
 void saveTemplateSensorsV2(CommandCall &call)

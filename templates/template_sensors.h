@@ -7,9 +7,8 @@ namespace templates {
 void getTemplateSensorsV2(registry::CommandCall &call);
 void saveTemplateSensorsV2(registry::CommandCall &call);
 
-/// Walks a template's sensors in their order. `emitNumber` may be empty. What `emitSensor` does stops nothing.
-void readSensors(database::Connection &db, qint32 number, const NumberSink &emitNumber,
-                 const std::function<void(const SensorInfoX &)> &emitSensor);
+/// Walks a template's sensors in their order. What `emitSensor` does stops nothing.
+void readSensors(database::Connection &db, qint32 number, const std::function<void(const SensorInfoX &)> &emitSensor);
 
 /// Adds a sensor to an own template. Nobody learns whether that failed.
 void postTemplateSensor(database::Connection &db, qint32 number, const SensorInfoX &sensor);

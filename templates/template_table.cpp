@@ -5,9 +5,9 @@ namespace templates {
 namespace {
 
 /// The text for this table, with the number as its only placeholder.
-QByteArray inTable(const char *statement, const QString &table)
+QByteArray inTable(QByteArray statement, const QString &table)
 {
-    return QString::fromLatin1(statement).arg(table, QStringLiteral("%0")).toLatin1();
+    return statement.replace("%0", table.toLatin1()).replace("%1", "%0");
 }
 
 } // namespace

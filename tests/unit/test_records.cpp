@@ -190,6 +190,42 @@ private slots:
         QCOMPARE(unpacked.type, 4);
     }
 
+    /// Into a reply what is packed goes as it would by way of the record.
+    void writesASensorAsItUnpacks_data()
+    {
+        QTest::addColumn<QByteArray>("packed");
+        const QByteArray whole = records::pack(sampleSensor());
+        for (qsizetype size = 0; size <= whole.size(); ++size)
+            QTest::addRow("first %d bytes", int(size)) << whole.first(size);
+        // Lengths and counts that lie, among others.
+        for (qsizetype at = 0; at < whole.size(); ++at) {
+            QByteArray changed = whole;
+            changed[at] = char(~changed[at]);
+            QTest::addRow("byte %d changed", int(at)) << changed;
+            changed[at] = char(whole[at] ^ 1);
+            QTest::addRow("lowest bit of byte %d changed", int(at)) << changed;
+        }
+        QTest::newRow("nothing") << QByteArray();
+        QTest::newRow("more behind it") << whole + "more";
+        QTest::newRow("nulls") << hex("FF FF FF FF  00 00 00 02  00 07  00 76  00 00 00 02 FF FF FF FF 00 00 00 00  "
+                                      "FF FF FF FF  FF FF FF FF");
+    }
+
+    void writesASensorAsItUnpacks()
+    {
+        QFETCH(QByteArray, packed);
+        SensorInfoX sensor;
+        sensor.name = "n";
+        records::unpack(packed, sensor);
+        QByteArray written;
+        keystone::ByteWriter out(&written);
+        records::writeSensor(out, {"n"}, packed);
+        QByteArray expected;
+        keystone::ByteWriter other(&expected);
+        other << sensor;
+        QCOMPARE(written.toHex(' '), expected.toHex(' '));
+    }
+
     void unpacksBytesThatEndEarly()
     {
         const QByteArray packed = records::pack(sampleSensor());

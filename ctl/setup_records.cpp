@@ -11,8 +11,8 @@
 namespace ctl {
 namespace {
 
-constexpr int kSmallestGroup = 12; ///< bytes of a group line with an empty heading
-constexpr int kSmallestProperty = 12;
+constexpr int kSmallestSetupGroup = 12; ///< bytes of a group line with an empty heading
+constexpr int kSmallestSetupProperty = 12;
 constexpr int kSmallestLine = 8;
 constexpr qint32 kReadSections[] = {1, 3, 4}; ///< in the order of the answer
 
@@ -36,11 +36,11 @@ Result<QList<PropertyGroup>> decodeCatalogue(const QByteArray &reply)
 {
     ReplyReader in(reply);
     QList<PropertyGroup> groups;
-    const qint32 groupCount = in.count(kSmallestGroup, "groups");
+    const qint32 groupCount = in.count(kSmallestSetupGroup, "groups");
     for (qint32 group = 0; group < groupCount && !in.failed(); ++group) {
         (void)in.read<qint32>(); // 0: the number of a property has this place
         groups.append({in.read<QByteArray>(), {}});
-        const qint32 count = in.count(kSmallestProperty, "properties");
+        const qint32 count = in.count(kSmallestSetupProperty, "properties");
         for (qint32 index = 0; index < count && !in.failed(); ++index) {
             const auto id = in.read<qint32>();
             groups.last().properties.append({id, in.read<QByteArray>()});

@@ -10,7 +10,7 @@ namespace ctl {
 namespace {
 
 constexpr int kSmallestObject = 34; ///< number, empty name, no picture, two colours
-constexpr int kSmallestGroup = 8;
+constexpr int kSmallestTreeGroup = 8;
 constexpr int kLinkBytes = 8;
 
 /// Nothing when a stored value is none of its kind.
@@ -65,7 +65,7 @@ void readObjects(ReplyReader &in, ObjectTree &tree)
 
 void readLinks(ReplyReader &in, ObjectTree &tree)
 {
-    const qint32 groups = countOf(in, kSmallestGroup, "groups", tree);
+    const qint32 groups = countOf(in, kSmallestTreeGroup, "groups", tree);
     for (qint32 index = 0; index < groups && !in.failed(); ++index) {
         const auto group = in.read<qint32>();
         tree.groups.append({group, in.read<QByteArray>()});

@@ -13,7 +13,7 @@
 namespace ctl {
 namespace {
 
-constexpr char kSaveHelp[] =
+constexpr char kSaveCardHelp[] =
     "Reads the JSON that \"card show --json\" prints and makes it the whole card, in its order:\n"
     "  {\"object\": 17, \"card\": [{\"id\": 1, \"name\": \"name\", \"description\": \"...\", \"type\": 10,\n"
     "                            \"value\": \"...\", \"visible\": \"t\"}, ...]}\n"
@@ -153,7 +153,7 @@ void registerCard(CLI::App &app, Job &job)
     CLI::App *save = addVerb(*card, "save", "Replace the whole card of an object", *arguments);
     save->add_option("--file", arguments->file, "File with the card as JSON; - is the standard input")
         ->capture_default_str();
-    save->footer(kSaveHelp);
+    save->footer(kSaveCardHelp);
     save->callback([arguments, &job] {
         job = [arguments](Session &session) { return saveCard(session, arguments->object, arguments->file); };
     });

@@ -10,7 +10,7 @@
 namespace ctl {
 namespace {
 
-struct FixArguments
+struct CardFixArguments
 {
     std::string objects;
     std::string name;
@@ -41,7 +41,7 @@ Outcome checkObjects(Session &session, const QList<qint32> &objects, const QStri
     return std::nullopt;
 }
 
-Result<CardsProperty> readProperty(const FixArguments &arguments)
+Result<CardsProperty> readProperty(const CardFixArguments &arguments)
 {
     CardsProperty property;
     property.name = QString::fromStdString(arguments.name);
@@ -56,7 +56,7 @@ Result<CardsProperty> readProperty(const FixArguments &arguments)
     return property;
 }
 
-Outcome setProperty(Session &session, const FixArguments &arguments)
+Outcome setProperty(Session &session, const CardFixArguments &arguments)
 {
     Result<QList<qint32>> objects = readObjectList(arguments.objects);
     if (!objects)
@@ -76,7 +76,7 @@ Outcome setProperty(Session &session, const FixArguments &arguments)
     return std::nullopt;
 }
 
-Outcome removeProperty(Session &session, const FixArguments &arguments)
+Outcome removeProperty(Session &session, const CardFixArguments &arguments)
 {
     Result<QList<qint32>> objects = readObjectList(arguments.objects);
     if (!objects)
@@ -93,7 +93,7 @@ Outcome removeProperty(Session &session, const FixArguments &arguments)
     return std::nullopt;
 }
 
-CLI::App *addVerb(CLI::App &fix, const char *verb, const char *description, FixArguments &arguments)
+CLI::App *addVerb(CLI::App &fix, const char *verb, const char *description, CardFixArguments &arguments)
 {
     CLI::App *command = fix.add_subcommand(verb, description);
     command->add_option("--objects", arguments.objects, "Numbers of the objects, as 3,7,12")->required();
@@ -107,7 +107,7 @@ void registerCardFix(CLI::App &card, Job &job)
 {
     CLI::App *fix =
         card.add_subcommand("fix", "Set or remove one property on the cards of many objects")->require_subcommand(0, 1);
-    const auto arguments = std::make_shared<FixArguments>();
+    const auto arguments = std::make_shared<CardFixArguments>();
 
     CLI::App *set = addVerb(*fix, "set", "Add a property, in place of any of its name", *arguments);
     set->add_option("--description", arguments->description, "Caption; empty if not given");

@@ -18,7 +18,7 @@ namespace {
 
 constexpr int kSmallestParam = 16; ///< bytes of a parameter whose texts are empty
 
-constexpr char kSaveHelp[] =
+constexpr char kSaveParamsHelp[] =
     "Reads the JSON that \"params show --json\" prints and stores its values:\n"
     "  {\"command\": 12, \"params\": [{\"name\": \"delay\", \"value\": \"10\"}, ...]}\n"
     "  command      must be the COMMAND of the command line; may be left out\n"
@@ -96,7 +96,7 @@ Outcome showParams(Session &session, qint32 command)
     return std::nullopt;
 }
 
-GivenParam readParam(JsonFields &fields)
+GivenParam readGivenParam(JsonFields &fields)
 {
     GivenParam param;
     param.name = fields.bytes(QStringLiteral("name"));
@@ -124,7 +124,7 @@ Result<QList<GivenParam>> readParamsJson(const QByteArray &text, qint32 command)
     QList<GivenParam> params;
     for (qsizetype index = 0; index < values.size() && !problem.found(); ++index) {
         JsonFields row(values[index], fields.elementPath(list, index), problem);
-        params.append(readParam(row));
+        params.append(readGivenParam(row));
         const auto sameName = [&params](const GivenParam &one) { return one.name == params.last().name; };
         if (std::any_of(params.cbegin(), std::prev(params.cend()), sameName))
             row.note(QStringLiteral("name"), QStringLiteral("is given twice"));
@@ -219,7 +219,7 @@ void registerParams(CLI::App &app, Job &job)
     CLI::App *save = addVerb("save", "Save values of parameters");
     save->add_option("--file", arguments->file, "File with the values as JSON; - is the standard input")
         ->capture_default_str();
-    save->footer(kSaveHelp);
+    save->footer(kSaveParamsHelp);
     save->callback(
         [arguments, &job] { job = [arguments](Session &session) { return saveParams(session, *arguments); }; });
 }

@@ -12,9 +12,9 @@
 namespace ctl {
 namespace {
 
-constexpr ListWords kWords = {"commands", "the commands", "commands"};
+constexpr ListWords kCommandWords = {"commands", "the commands", "commands"};
 
-constexpr char kSaveHelp[] =
+constexpr char kSaveCommandsHelp[] =
     "Reads the JSON that \"commands show --json\" prints and makes it all commands:\n"
     "  {\"object\": 17, \"commands\": [{\"name\": \"arm\", \"description\": \"Arm\", \"operation\": 3, \"exec_by\": "
     "\"server\",\n"
@@ -71,7 +71,7 @@ Outcome saveCommands(Session &session, qint32 object, const std::string &file)
         return one.head.operation < other.head.operation;
     });
     const auto nameOf = [](const RemoteCommand &command) { return command.head.name; };
-    if (const auto what = firstDifference(*commands, *stored, isStored, kWords, nameOf))
+    if (const auto what = firstDifference(*commands, *stored, isStored, kCommandWords, nameOf))
         return Failure{QStringLiteral("the service did not store %1").arg(*what)};
     session.confirm(
         QStringLiteral("object %1: %2 saved").arg(object).arg(counted(commands->size(), "command", "commands")));
@@ -101,7 +101,7 @@ void registerRemoteCommands(CLI::App &app, Job &job)
     });
     save->add_option("--file", arguments->file, "File with the commands as JSON; - is the standard input")
         ->capture_default_str();
-    save->footer(kSaveHelp);
+    save->footer(kSaveCommandsHelp);
     save->callback([arguments, &job] {
         job = [arguments](Session &session) { return saveCommands(session, arguments->object, arguments->file); };
     });

@@ -12,7 +12,7 @@
 namespace ctl {
 namespace {
 
-constexpr char kSetHelp[] =
+constexpr char kSetCommandHelp[] =
     "The command is one element of \"commands\" as \"commands show --json\" prints them (see \"commands save "
     "--help\"):\n"
     "  {\"name\": \"arm\", \"description\": \"Arm\", \"operation\": 3, \"exec_by\": \"server\",\n"
@@ -21,7 +21,7 @@ constexpr char kSetHelp[] =
 
 constexpr char kInstead[] = "\"commands save\" replaces all commands of an object";
 
-struct FixArguments
+struct CommandFixArguments
 {
     std::string objects;
     std::string file = "-";
@@ -35,7 +35,7 @@ struct CalledSo
     bool operator()(const RemoteCommand &stored) const { return sameText(stored.head.name, name); }
 };
 
-Outcome setCommand(Session &session, const FixArguments &arguments)
+Outcome setCommand(Session &session, const CommandFixArguments &arguments)
 {
     Result<QList<qint32>> objects = readObjectList(arguments.objects);
     if (!objects)
@@ -67,7 +67,7 @@ Outcome setCommand(Session &session, const FixArguments &arguments)
     return std::nullopt;
 }
 
-Outcome removeCommand(Session &session, const FixArguments &arguments)
+Outcome removeCommand(Session &session, const CommandFixArguments &arguments)
 {
     Result<QList<qint32>> objects = readObjectList(arguments.objects);
     if (!objects)
@@ -93,7 +93,7 @@ void registerRemoteCommandsFix(CLI::App &commands, Job &job)
 {
     CLI::App *fix =
         commands.add_subcommand("fix", "Set or remove one command on many objects")->require_subcommand(0, 1);
-    const auto arguments = std::make_shared<FixArguments>();
+    const auto arguments = std::make_shared<CommandFixArguments>();
 
     CLI::App *set = fix->add_subcommand("set", "Add a command, in place of any of its name");
     CLI::App *remove = fix->add_subcommand("remove", "Remove the commands of a name");
@@ -101,7 +101,7 @@ void registerRemoteCommandsFix(CLI::App &commands, Job &job)
         verb->add_option("--objects", arguments->objects, "Numbers of the objects, as 3,7,12")->required();
     set->add_option("--file", arguments->file, "File with the command as JSON; - is the standard input")
         ->capture_default_str();
-    set->footer(kSetHelp);
+    set->footer(kSetCommandHelp);
     set->callback(
         [arguments, &job] { job = [arguments](Session &session) { return setCommand(session, *arguments); }; });
     remove->add_option("--name", arguments->name, "Name of the commands")->required();

@@ -12,9 +12,9 @@
 namespace ctl {
 namespace {
 
-constexpr ListWords kWords = {"sensors", "the sensors", "sensors"};
+constexpr ListWords kSensorWords = {"sensors", "the sensors", "sensors"};
 
-constexpr char kSaveHelp[] =
+constexpr char kSaveSensorsHelp[] =
     "Reads the JSON that \"sensors show --json\" prints and makes it all sensors, in its order:\n"
     "  {\"object\": 17, \"sensors\": [{\"name\": \"Door\", \"measure\": \"\", \"quality\": 0, \"type\": 8, \"vid\": "
     "\"D\",\n"
@@ -65,7 +65,7 @@ Outcome saveSensors(Session &session, qint32 object, const std::string &file)
     if (!stored)
         return Session::unconfirmed(stored.failure());
     const auto nameOf = [](const SensorInfoX &sensor) { return sensor.name; };
-    if (const auto what = firstDifference(*sensors, *stored, isStored, kWords, nameOf))
+    if (const auto what = firstDifference(*sensors, *stored, isStored, kSensorWords, nameOf))
         return Failure{QStringLiteral("the service did not store %1").arg(*what)};
     if (sensors->isEmpty()) {
         if (Outcome failure = probeDatabase(session))
@@ -98,7 +98,7 @@ void registerSensors(CLI::App &app, Job &job)
         [arguments, &job] { job = [arguments](Session &session) { return showSensors(session, arguments->object); }; });
     save->add_option("--file", arguments->file, "File with the sensors as JSON; - is the standard input")
         ->capture_default_str();
-    save->footer(kSaveHelp);
+    save->footer(kSaveSensorsHelp);
     save->callback([arguments, &job] {
         job = [arguments](Session &session) { return saveSensors(session, arguments->object, arguments->file); };
     });

@@ -13,21 +13,21 @@
 namespace ctl {
 namespace {
 
-constexpr char kSetHelp[] =
+constexpr char kSetSensorHelp[] =
     "The sensor is one element of \"sensors\" as \"sensors show --json\" prints them (see \"sensors save --help\"):\n"
     "  {\"name\": \"Door\", \"measure\": \"\", \"quality\": 0, \"type\": 8, \"vid\": \"D\", \"labels\": [\"shut\", "
     "\"open\"],\n"
     "   \"calculate\": \"\", \"rate\": null}\n"
     "It takes the place of every sensor of its type, whatever their names. Afterwards the sensors are read back.";
 
-struct FixArguments
+struct SensorFixArguments
 {
     std::string objects;
     std::string file = "-";
     std::string name;
 };
 
-Outcome setSensor(Session &session, const FixArguments &arguments)
+Outcome setSensor(Session &session, const SensorFixArguments &arguments)
 {
     Result<QList<qint32>> objects = readObjectList(arguments.objects);
     if (!objects)
@@ -53,7 +53,7 @@ Outcome setSensor(Session &session, const FixArguments &arguments)
     return std::nullopt;
 }
 
-Outcome removeSensor(Session &session, const FixArguments &arguments)
+Outcome removeSensor(Session &session, const SensorFixArguments &arguments)
 {
     Result<QList<qint32>> objects = readObjectList(arguments.objects);
     if (!objects)
@@ -81,7 +81,7 @@ Outcome removeSensor(Session &session, const FixArguments &arguments)
 void registerSensorsFix(CLI::App &sensors, Job &job)
 {
     CLI::App *fix = sensors.add_subcommand("fix", "Set or remove one sensor on many objects")->require_subcommand(0, 1);
-    const auto arguments = std::make_shared<FixArguments>();
+    const auto arguments = std::make_shared<SensorFixArguments>();
 
     CLI::App *set = fix->add_subcommand("set", "Add a sensor, in place of any of its type");
     CLI::App *remove = fix->add_subcommand("remove", "Remove the sensors of a name");
@@ -89,7 +89,7 @@ void registerSensorsFix(CLI::App &sensors, Job &job)
         verb->add_option("--objects", arguments->objects, "Numbers of the objects, as 3,7,12")->required();
     set->add_option("--file", arguments->file, "File with the sensor as JSON; - is the standard input")
         ->capture_default_str();
-    set->footer(kSetHelp);
+    set->footer(kSetSensorHelp);
     set->callback(
         [arguments, &job] { job = [arguments](Session &session) { return setSensor(session, *arguments); }; });
     remove->add_option("--name", arguments->name, "Name of the sensors")->required();

@@ -134,7 +134,7 @@ struct PartArguments
     std::string file = "-";
 };
 
-constexpr char kSaveHelp[] =
+constexpr char kSavePartsHelp[] =
     "Reads the JSON that \"show --json\" prints. \"template\" must be the TEMPLATE of the command line or be left "
     "out;\n"
     "row keys (\"id\") may be left out and are ignored. A wrong field is named by its path, and nothing is sent.\n"
@@ -161,7 +161,7 @@ void registerPart(CLI::App &noun, Job &job, const TemplatePart<Record> &part, co
         ->check(decimal(1, std::numeric_limits<qint32>::max()));
     save->add_option("--file", arguments->file, "File with them as JSON; - is the standard input")
         ->capture_default_str();
-    save->footer(kSaveHelp);
+    save->footer(kSavePartsHelp);
     save->callback([arguments, &job, &part] {
         job = [arguments, &part](Session &session) {
             return savePart(session, part, arguments->number, arguments->file);

@@ -12,7 +12,7 @@
 namespace ctl {
 namespace {
 
-constexpr char kSaveHelp[] =
+constexpr char kSaveTreeHelp[] =
     "Reads the whole tree and puts it in the place of the stored one:\n"
     "  {\"groups\": [{\"id\": 1, \"parent\": 0, \"name\": \"Town\"}, {\"id\": 5, \"parent\": 1, \"name\": "
     "\"Buses\"}],\n"
@@ -84,7 +84,7 @@ void registerTreeSave(CLI::App &tree, Job &job)
     CLI::App *save = tree.add_subcommand("save", "Replace the whole tree of groups");
     const auto file = std::make_shared<std::string>("-");
     save->add_option("--file", *file, "File with the tree as JSON; - is the standard input")->capture_default_str();
-    save->footer(kSaveHelp);
+    save->footer(kSaveTreeHelp);
     save->callback([file, &job] { job = [file](Session &session) { return saveTree(session, *file); }; });
 }
 

@@ -3,7 +3,7 @@
 #include "ctl/json_text.h"
 
 #include <QJsonDocument>
-#include <QtTest>
+#include <QTest>
 
 using ctl::Card;
 

@@ -1,7 +1,7 @@
 #include "tests/ctl/program_run.h"
 
 #include <QTemporaryFile>
-#include <QtTest>
+#include <QTest>
 
 using testing::ProgramRun;
 

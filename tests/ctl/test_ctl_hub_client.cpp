@@ -5,7 +5,8 @@
 #include <QElapsedTimer>
 #include <QLocalServer>
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
+#include <QTimer>
 
 #include <functional>
 #include <memory>

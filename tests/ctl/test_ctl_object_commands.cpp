@@ -2,7 +2,7 @@
 #include "tests/ctl/program_run.h"
 
 #include <QTemporaryFile>
-#include <QtTest>
+#include <QTest>
 
 using testing::FakeRegistry;
 using testing::ProgramRun;

@@ -2,7 +2,7 @@
 #include "tests/ctl/program_run.h"
 
 #include <QTemporaryFile>
-#include <QtTest>
+#include <QTest>
 
 using ctl::Account;
 using testing::FakeOperators;

@@ -2,7 +2,8 @@
 
 #include <QLocalServer>
 #include <QRegularExpression>
-#include <QtTest>
+#include <QTest>
+#include <QTimer>
 
 using testing::ProgramRun;
 

@@ -3,7 +3,7 @@
 #include "tests/ctl/program_run.h"
 
 #include <QTemporaryFile>
-#include <QtTest>
+#include <QTest>
 
 using ctl::RemoteCommand;
 using testing::FakeRegistry;

@@ -1,6 +1,6 @@
 #include "ctl/command_records.h"
 
-#include <QtTest>
+#include <QTest>
 
 using ctl::RemoteCommand;
 using ctl::RemoteCommands;

@@ -1,6 +1,6 @@
 #include "ctl/sensor_records.h"
 
-#include <QtTest>
+#include <QTest>
 
 using ctl::Sensors;
 

@@ -4,7 +4,7 @@
 #include <QJsonDocument>
 #include <QMap>
 #include <QTemporaryFile>
-#include <QtTest>
+#include <QTest>
 
 using testing::ProgramRun;
 

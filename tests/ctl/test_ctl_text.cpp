@@ -2,7 +2,7 @@
 #include "ctl/table.h"
 #include "ctl/text.h"
 
-#include <QtTest>
+#include <QTest>
 
 class TestCtlText : public QObject
 {

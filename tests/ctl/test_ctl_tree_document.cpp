@@ -1,6 +1,6 @@
 #include "ctl/tree_document.h"
 
-#include <QtTest>
+#include <QTest>
 
 using ctl::ObjectTree;
 using ctl::TreeDocument;

@@ -2,7 +2,7 @@
 #include "tests/ctl/program_run.h"
 
 #include <QFile>
-#include <QtTest>
+#include <QTest>
 
 #include <fcntl.h>
 #include <stdlib.h>

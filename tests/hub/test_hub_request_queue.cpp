@@ -1,6 +1,6 @@
 #include "hub/request_queue.h"
 
-#include <QtTest>
+#include <QTest>
 
 using hub::RequestQueue;
 

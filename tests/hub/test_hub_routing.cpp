@@ -2,7 +2,7 @@
 #include "tests/hub/peer.h"
 
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 
 #include <memory>
 

@@ -6,7 +6,7 @@
 readonly smallest=1000 # objects
 
 sizes=(1000 100000)
-rounds=20
+rounds=12
 quick=no
 kept=       # file of results that stays
 registries=() # options of registry_commands

@@ -31,18 +31,31 @@ Summary summaryOf(std::vector<double> values)
 
 Interleaved::Id Interleaved::add(Variant variant)
 {
+    const Id added = m_entries.size();
+    groupsOf(variant.name).push_back({added});
     m_entries.push_back({std::move(variant), {}, {}, {}});
-    m_groups.push_back({m_entries.size() - 1});
-    return m_entries.size() - 1;
+    return added;
+}
+
+/// Of the first variants in them.
+std::vector<Interleaved::Group> &Interleaved::groupsOf(const std::string &name)
+{
+    for (std::vector<Group> &groups : m_neighbours) {
+        if (this->name(groups.front().front()) == name)
+            return groups;
+    }
+    return m_neighbours.emplace_back();
 }
 
 Interleaved::Id Interleaved::addBeside(Id other, Variant variant)
 {
     m_entries.push_back({std::move(variant), {}, {}, {}});
     const Id added = m_entries.size() - 1;
-    for (std::vector<Id> &group : m_groups) {
-        if (std::ranges::find(group, other) != group.end())
-            group.push_back(added);
+    for (std::vector<Group> &groups : m_neighbours) {
+        for (Group &group : groups) {
+            if (std::ranges::find(group, other) != group.end())
+                group.push_back(added);
+        }
     }
     return added;
 }
@@ -51,17 +64,20 @@ void Interleaved::measure(int rounds, const std::function<void(int)> &progress)
 {
     std::mt19937 random; // the same orders in every measurement
     for (int round = -kWarmUpRounds; round < rounds; ++round) {
-        std::ranges::shuffle(m_groups, random);
-        for (std::vector<Id> &group : m_groups) {
-            std::ranges::shuffle(group, random);
-            runRound(group, round >= 0);
+        std::ranges::shuffle(m_neighbours, random);
+        for (std::vector<Group> &groups : m_neighbours) {
+            std::ranges::shuffle(groups, random);
+            for (Group &group : groups) {
+                std::ranges::shuffle(group, random);
+                runRound(group, round >= 0);
+            }
         }
         if (round >= 0)
             progress(round + 1);
     }
 }
 
-void Interleaved::runRound(const std::vector<Id> &group, bool counted)
+void Interleaved::runRound(const Group &group, bool counted)
 {
     int most = 0;
     for (const Id id : group)

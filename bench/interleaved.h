@@ -51,6 +51,8 @@ class Interleaved
 public:
     using Id = std::size_t;
 
+    /// Variants of one name do the same in different places: in every round they follow each other closely, since the
+    /// machine may change within one.
     Id add(Variant variant);
 
     /// Adds one whose runs take turns with those of `other`, run by run: the two then meet the same machine even where
@@ -83,12 +85,15 @@ private:
         std::vector<double> rounds;  ///< the median of each round's samples
     };
 
-    void runRound(const std::vector<Id> &group, bool counted);
+    using Group = std::vector<Id>; ///< that take turns
+
+    [[nodiscard]] std::vector<Group> &groupsOf(const std::string &name);
+    void runRound(const Group &group, bool counted);
     static void runOnce(Entry &entry);
     [[nodiscard]] std::vector<double> roundSums(const std::vector<Id> &variants) const;
 
     std::vector<Entry> m_entries;
-    std::vector<std::vector<Id>> m_groups; ///< that take turns
+    std::vector<std::vector<Group>> m_neighbours; ///< groups that follow each other
 };
 
 /// Makes the compiler believe that the bytes at `data` are read and written.

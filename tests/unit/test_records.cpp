@@ -217,13 +217,10 @@ private slots:
         SensorInfoX sensor;
         sensor.name = "n";
         records::unpack(packed, sensor);
-        QByteArray written;
-        keystone::ByteWriter out(&written);
+        QByteArray reply;
+        keystone::ByteWriter out(&reply);
         records::writeSensor(out, {"n"}, packed);
-        QByteArray expected;
-        keystone::ByteWriter other(&expected);
-        other << sensor;
-        QCOMPARE(written.toHex(' '), expected.toHex(' '));
+        QCOMPARE(reply.toHex(' '), written(sensor).toHex(' '));
     }
 
     void unpacksBytesThatEndEarly()

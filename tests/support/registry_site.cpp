@@ -2,6 +2,8 @@
 
 #include "bytes.h"
 
+#include <QTest>
+
 namespace support {
 
 void RegistrySite::beginFunction()
@@ -17,6 +19,8 @@ void RegistrySite::beginFunction()
 
 QString RegistrySite::leftover(int failedStatements)
 {
+    if (QTest::currentTestFailed())
+        qInfo("what the service said in this function:\n%s", qPrintable(newLogLines().join('\n')));
     const QByteArray next = admin.frameAfterAbout();
     if (!isAbout(next, admin.lastCaller()))
         return "a frame that nobody expected: " + describe(next);

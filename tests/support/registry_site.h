@@ -15,7 +15,8 @@ public:
     /// lines of the local log.
     void beginFunction();
     /// Says what is left over after a test function, nothing when all is well: a frame, an event-log record, a local
-    /// log that did not grow by `failedStatements` lines, a service that has gone.
+    /// log that did not grow by `failedStatements` lines, a service that has gone. In a function that has failed
+    /// already it prints the lines.
     [[nodiscard]] QString leftover(int failedStatements);
     /// The lines that the local log got since beginFunction().
     [[nodiscard]] QStringList newLogLines() const;

@@ -132,7 +132,7 @@ private slots:
     /// A server that hangs does not keep its own limit.
     void aSessionThatStopsBetweenRowsIsGivenUp()
     {
-        m_connection.setStatementTimeout(std::chrono::milliseconds(200));
+        m_connection.setStatementTimeout(std::chrono::milliseconds(2000));
         const auto process = pid_t(backend());
         int rows = 0;
         QVERIFY(!m_connection.forEachRow(kManyRows, [&](const CopiedRow &) {

@@ -229,7 +229,7 @@ private slots:
     void aStatementThatTakesTooLongFailsAlone()
     {
         const QByteArray sleep = "select pg_sleep(?)";
-        m_connection.setStatementTimeout(std::chrono::milliseconds(300));
+        m_connection.setStatementTimeout(std::chrono::milliseconds(2000));
         m_connection.beginCommand();
         m_connection.post(sleep, {Value::integer(0)});
         post(1);

@@ -108,6 +108,16 @@ INSERT INTO "TemplatesFirm" ("Owner", "Class", "Description")
 SELECT number, 't', format('Поставляемый шаблон %s', number)
 FROM generate_series(1, 50) AS number;
 
+-- The first four are for what reads and changes templates. The others are whole: 15 properties, 40 sensors, 20 commands
+-- of 3 parameters.
+INSERT INTO "Templates" ("Owner", "Class", "Name", "Description", "SpecificData")
+SELECT number, part.class, format('%s_%s', part.class, place), format('Часть %s', place), '\x0000000200000000'
+FROM generate_series(5, 100) AS number, (VALUES ('p', 15), ('s', 40), ('c', 20)) AS part (class, places), generate_series(1, places) AS place;
+INSERT INTO "Templates" ("Owner", "Class", "Name", "Description", "SpecificData")
+SELECT command."Id", 'd', format('param_%s', place), format('Параметр %s', place), '\x0000000000000001'
+FROM "Templates" AS command, generate_series(1, 3) AS place
+WHERE command."Class" = 'c';
+
 INSERT INTO "ExampleObjProps" ("Name", "Description", "Type", "Value", "Visible")
 SELECT format('example_%s', number), format('Образец свойства %s', number), 10, convert_to('Значение', 'UTF8'), 't'
 FROM generate_series(1, 40) AS number;

@@ -10,7 +10,7 @@ namespace bench {
 
 namespace {
 
-/// As registry.sql has numbered them; it has made no more than their heads.
+/// As registry.sql has numbered them; of the first four it has made no more than their heads.
 enum Template { Whole = 1, Saved, Renamed, Deleted, Last = 100 };
 
 constexpr const char *kRows =

@@ -13,8 +13,9 @@ using registry::CommandCall;
 namespace {
 
 constexpr const char *kCountCommands = R"(SELECT COUNT(*) FROM "%0" WHERE "Owner" = %1 AND "Class" = 'c' ;)";
+// Counts the parameters of this template's commands only; a command without any counts NULL.
 constexpr const char *kSelectControls =
-    R"(SELECT cmd."Id" AS CmdId, cmd."Name" AS CmdName, cmd."Description" AS CmdDesc, cmd."SpecificData" AS CmdData , cnt."NumParams" , p."Name" as ParamName, p."Description" as ParamDesc, p."Id" AS ParamId, p."SpecificData" AS ParamData FROM "%0" cmd LEFT JOIN (SELECT "Owner", COUNT(*) AS "NumParams" FROM "%0" WHERE "Class" = 'd' GROUP BY "Owner") cnt ON cnt."Owner" = cmd."Id" LEFT JOIN (SELECT * FROM "%0" WHERE "Class" = 'd') p ON p."Owner" = cmd."Id" WHERE cmd."Class" = 'c' AND cmd."Owner" = %1 ORDER BY CmdId, ParamId )";
+    R"(SELECT cmd."Id" AS CmdId, cmd."Name" AS CmdName, cmd."Description" AS CmdDesc, cmd."SpecificData" AS CmdData , cnt."NumParams" , p."Name" as ParamName, p."Description" as ParamDesc, p."Id" AS ParamId, p."SpecificData" AS ParamData FROM "%0" cmd LEFT JOIN LATERAL (SELECT COUNT(*) AS "NumParams" FROM "%0" WHERE "Class" = 'd' AND "Owner" = cmd."Id" HAVING COUNT(*) > 0) cnt ON true LEFT JOIN (SELECT * FROM "%0" WHERE "Class" = 'd') p ON p."Owner" = cmd."Id" WHERE cmd."Class" = 'c' AND cmd."Owner" = %1 ORDER BY CmdId, ParamId )";
 constexpr const char *kDeleteControls =
     R"(DELETE FROM "%0" WHERE "Class"='d' AND "Owner" IN (SELECT "Id" FROM "%0" WHERE "Class"='c' AND "Owner" = %1); DELETE FROM "%0" WHERE "Class"='c' AND "Owner" = %1; )";
 constexpr const char *kInsertCommand =

@@ -25,6 +25,10 @@ namespace {
 constexpr int kPagesPerSubject = 20;
 constexpr int kPagesPerLookUp = 5;
 
+/// Rows of a table that may be read for each object, operator or template of a command: more than any of them has, and
+/// a small part of every table that grows with the registry.
+constexpr int kRowsPerSubject = 1000;
+
 constexpr int kTold = 600; ///< characters of a statement that are told
 
 QStringList serverSettings()
@@ -159,7 +163,7 @@ void TestStatementPlans::judge(const PlanTrial &trial, const QList<StatementPlan
     for (const StatementPlan &plan : plans) {
         for (const TableRead &read : plan.reads) {
             const int mostPages = kPagesPerSubject * trial.subjects + kPagesPerLookUp * read.lookUps;
-            if (!read.isWhole && read.pages <= mostPages)
+            if (!read.isWhole && read.pages <= mostPages && read.rows <= kRowsPerSubject * trial.subjects)
                 continue;
             const qsizetype allowed = allowance(trial, plan, read);
             if (allowed >= 0) {

@@ -26,7 +26,9 @@ TableRead readOf(const QJsonObject &node, const QString &tableAbove)
     read.condition = node.value(node.contains("Index Cond") ? "Index Cond" : "Filter").toString();
     read.pages = node.value("Shared Hit Blocks").toInt() + node.value("Shared Read Blocks").toInt();
     const int loops = node.value("Actual Loops").toInt();
-    read.lookUps = loops * std::max(1, node.value("Actual Rows").toInt());
+    const int found = node.value("Actual Rows").toInt();
+    read.lookUps = loops * std::max(1, found);
+    read.rows = loops * (found + node.value("Rows Removed by Filter").toInt());
     return read;
 }
 
@@ -63,8 +65,8 @@ std::optional<StatementPlan> planOf(const QByteArray &line)
 
 QString TableRead::told() const
 {
-    return QStringLiteral("%1: %2 %3, %4 pages for %5 look-ups")
-        .arg(table, node, condition, QString::number(pages), QString::number(lookUps));
+    return QStringLiteral("%1: %2 %3, %4 pages for %5 look-ups, %6 rows")
+        .arg(table, node, condition, QString::number(pages), QString::number(lookUps), QString::number(rows));
 }
 
 QStringList PlanLog::serverSettings()

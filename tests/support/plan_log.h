@@ -19,6 +19,7 @@ struct TableRead
     bool isWhole = false; ///< every row or every entry of an index, whatever is asked for
     int pages = 0;        ///< pages of table and index that it touched
     int lookUps = 0;      ///< rows that it found, or was to look for where those are more
+    int rows = 0;         ///< rows that it came by, also those that it had no use for
 
     [[nodiscard]] QString told() const;
 };

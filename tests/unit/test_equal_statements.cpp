@@ -11,6 +11,7 @@
 #include "pg_server.h"
 #include "registry/dispatcher.h"
 #include "registry/registry_commands.h"
+#include "templates/template_commands.h"
 
 #include <QTest>
 
@@ -24,6 +25,8 @@ const QString kAllowed =
     R"(SELECT cmd."Name", cmd."Operation", cmd."Description", cmd."ExecBy", cmd."Id", p."NumParams" FROM "Person_Setup" perm , "Commands" cmd LEFT JOIN (select "Id_command", count(*) AS "NumParams" from "Params" group by "Id_command") p ON p."Id_command" = cmd."Id" where cmd."Id_object" = %0 and perm."Id_object" = cmd."Id_object" and perm."Id_connect" = %1 and perm."Id_PersProp" = %2 and cmd."Operation" = %3 ORDER BY cmd."Operation" )";
 const QString kSetup =
     R"(SELECT a."Id", ARRAY(SELECT "Id_PersProp" FROM "Person_Setup" WHERE "Type" = %0 AND "Id_connect" = %1 AND "Id_object" = a."Id" ORDER BY "Id_PersProp") FROM (select 0 as "Id" union select "Id" from "%2" order by "Id") a )";
+const QString kControls =
+    R"(SELECT cmd."Id" AS CmdId, cmd."Name" AS CmdName, cmd."Description" AS CmdDesc, cmd."SpecificData" AS CmdData , cnt."NumParams" , p."Name" as ParamName, p."Description" as ParamDesc, p."Id" AS ParamId, p."SpecificData" AS ParamData FROM "%0" cmd LEFT JOIN (SELECT "Owner", COUNT(*) AS "NumParams" FROM "%0" WHERE "Class" = 'd' GROUP BY "Owner") cnt ON cnt."Owner" = cmd."Id" LEFT JOIN (SELECT * FROM "%0" WHERE "Class" = 'd') p ON p."Owner" = cmd."Id" WHERE cmd."Class" = 'c' AND cmd."Owner" = %1 ORDER BY CmdId, ParamId )";
 
 constexpr int kOperator = 4;
 
@@ -38,7 +41,20 @@ const char *const kData = R"(
         (8, 40, 'q', 'd', 'v', 2), (9, 999, 'stray', 'd', 'v', 2), (1, null, 'nobody', 'd', 'v', 2), (11, 50, 'r', 'd', 'v', 3);
     insert into "Person_Setup" ("Type", "Id_connect", "Id_object", "Id_PersProp") values
         (1, 4, 17, 202), (3, 4, 17, 202), (1, 4, 17, 202), (1, 4, 17, 201), (1, 4, 17, null), (1, 4, 0, 211), (1, 4, null, 5),
-        (2, 4, 9, 64), (2, 4, 1, 65), (2, 4, 9, 13), (4, 4, 3, 212), (4, 5, 3, 211), (null, 4, 17, 1), (1, 4, 99, 8), (1, 4, -2, 7))";
+        (2, 4, 9, 64), (2, 4, 1, 65), (2, 4, 9, 13), (4, 4, 3, 212), (4, 5, 3, 211), (null, 4, 17, 1), (1, 4, 99, 8), (1, 4, -2, 7);
+    insert into "Templates" ("Id", "Owner", "Class", "Name", "Description", "SpecificData") values
+        (1, 17, 't', null, 'head', null), (2, 17, 'p', 'c', 'property', ''), (3, 17, 's', 'c', 'sensor', ''),
+        (30, 17, 'c', 'c', 'third', '\x000000020000000178'), (10, 17, 'c', 'a', null, null),
+        (20, 17, 'c', 'a', '', '\x00000003'), (40, 17, 'c', null, 'n', '\x000000040000000179'),
+        (50, 18, 'c', 'other', 'd', ''), (60, null, 'c', 'none', 'd', ''), (70, 17, null, 'no class', 'd', ''),
+        (5, 30, 'd', 'p', 'later', '\x000000013100000007'), (4, 30, 'd', 'p', 'earlier', '\x000000013100000008'),
+        (6, 10, 'd', null, null, null), (7, 10, 'd', '', '', '\x'), (8, 40, 'd', 'q', 'd', '\x000000013200000009'),
+        (9, 999, 'd', 'stray', 'd', ''), (11, null, 'd', 'nobody', 'd', ''), (12, 50, 'd', 'r', 'd', ''),
+        (13, 20, 'p', 'of another class', 'd', ''), (14, 30, null, 'no class', 'd', '');
+    insert into "TemplatesFirm" ("Id", "Owner", "Class", "Name", "Description", "SpecificData")
+        select "Id" + 1000, "Owner" + case "Class" when 'd' then 1000 else 2 end, "Class", 'firm ' || "Name", "Description",
+               "SpecificData"
+        from "Templates" where "Id" not in (5, 10))";
 
 /// Keeps the data of the last answer.
 class Outside : public registry::Announcer
@@ -71,13 +87,40 @@ class TestEqualStatements : public QObject
     database::Connection m_connection;
     Outside m_outside;
     registry::Dispatcher m_dispatcher{
-        {operators::operatorCommands(), registry::registryCommands()}, m_connection, m_outside};
+        {operators::operatorCommands(), registry::registryCommands(), templates::templateCommands()},
+        m_connection,
+        m_outside};
 
     QByteArray answer(const QByteArray &command, const QByteArray &request)
     {
         m_outside.answer.clear();
         m_dispatcher.dispatch(command, request, kOperator);
         return m_outside.answer;
+    }
+
+    /// Walks the commands of a reply with their parameters, as `told` and `toldParameter` put them; the first line is
+    /// the number that the reply is about, an incomplete reply ends with a line that says so.
+    static QStringList walk(const QByteArray &reply, const std::function<QStringList(const CmdDesc &)> &told,
+                            const std::function<QStringList(const ParamDesc &)> &toldParameter)
+    {
+        keystone::ByteReader in(reply);
+        qint32 subject = 0;
+        qint32 commands = 0;
+        in >> subject >> commands;
+        QStringList lines{QString::number(subject)};
+        for (; commands > 0 && in.ok(); --commands) {
+            CmdDesc command;
+            in >> command;
+            lines.append(told(command).join('|'));
+            for (int i = 0; i < command.numParams && in.ok(); ++i) {
+                ParamDesc parameter;
+                in >> parameter;
+                lines.append("  " + toldParameter(parameter).join('|'));
+            }
+        }
+        if (!in.atEnd() || !in.ok())
+            lines.append("incomplete");
+        return lines;
     }
 
     /// NULL and what the reply shows instead of it.
@@ -122,31 +165,64 @@ private slots:
             }
         }
 
-        const QByteArray reply = answer("Get_command_desc_v2", i32(object));
-        keystone::ByteReader in(reply);
-        qint32 echo = 0;
-        qint32 commands = 0;
-        in >> echo >> commands;
-        QStringList read;
-        for (; commands > 0; --commands) {
-            CmdDesc command;
-            in >> command;
-            read.append(QStringList{command.name, QString::number(command.operation), command.description,
-                                    shown(command.execBy), QString::number(command.numParams)}
-                            .join('|'));
-            for (int i = 0; i < command.numParams; ++i) {
-                ParamDesc parameter;
-                in >> parameter;
-                read.append(QStringList{"  " + QString::fromUtf8(parameter.name), parameter.description,
-                                        shown(parameter.value), QString::number(parameter.id),
-                                        QString::number(parameter.type)}
-                                .join('|'));
+        const QStringList read = walk(
+            answer("Get_command_desc_v2", i32(object)),
+            [](const CmdDesc &command) {
+                return QStringList{command.name, QString::number(command.operation), command.description,
+                                   shown(command.execBy), QString::number(command.numParams)};
+            },
+            [](const ParamDesc &parameter) {
+                return QStringList{QString::fromUtf8(parameter.name), parameter.description, shown(parameter.value),
+                                   QString::number(parameter.id), QString::number(parameter.type)};
+            });
+        QCOMPARE(read, QStringList(QString::number(object)) + expected);
+        QCOMPARE(expected.isEmpty(), object != 17 && object != 18);
+    }
+
+    void readsTheSameControls_data()
+    {
+        QTest::addColumn<int>("number");
+        for (const int number : {17, 18, -19, -20, 999, 0, -1})
+            QTest::newRow(qPrintable(QString::number(number))) << number;
+    }
+
+    void readsTheSameControls()
+    {
+        QFETCH(int, number);
+        const QString table = number < 0 ? "TemplatesFirm" : "Templates";
+        // Bytes that a row lacks are read as zero, which is a number and an empty value.
+        const auto whole = [](const QString &data) { return orElse(data, "\\x").leftJustified(18, '0'); };
+        QStringList expected;
+        QString previous;
+        for (const QString &row : m_database->rows(kControls.arg(table).arg(qAbs(number)))) {
+            const QStringList column = row.split('|');
+            const QString count = orElse(column[4], "0");
+            if (column[0] != previous) {
+                expected.append(
+                    QStringList{column[0], orElse(column[1], ""), orElse(column[2], ""), whole(column[3]), count}.join(
+                        '|'));
+            }
+            previous = column[0];
+            if (count != "0") {
+                expected.append(
+                    QStringList{"  " + orElse(column[5], ""), orElse(column[6], ""), column[7], whole(column[8])}.join(
+                        '|'));
             }
         }
-        QVERIFY(in.atEnd() && in.ok());
-        QCOMPARE(echo, object);
-        QCOMPARE(read, expected);
-        QCOMPARE(expected.isEmpty(), object != 17 && object != 18);
+
+        const QStringList read = walk(
+            answer("Get_template_controls_v2", i32(number)),
+            [](const CmdDesc &command) {
+                return QStringList{QString::number(command.id), command.name, command.description,
+                                   shown(i32(command.operation) + bytes(command.execBy)),
+                                   QString::number(command.numParams)};
+            },
+            [](const ParamDesc &parameter) {
+                return QStringList{QString::fromUtf8(parameter.name), parameter.description,
+                                   QString::number(parameter.id), shown(bytes(parameter.value) + i32(parameter.type))};
+            });
+        QCOMPARE(read, QStringList(QString::number(qAbs(number))) + expected);
+        QCOMPARE(expected.isEmpty(), number > 18 || (number <= 0 && number > -19));
     }
 
     void readsTheSameAllowedCommands_data()

@@ -7,6 +7,7 @@
 
 #include <QRandomGenerator>
 
+#include <algorithm>
 #include <atomic>
 #include <functional>
 #include <thread>
@@ -131,7 +132,9 @@ void TestDatabaseKills::announcedChangesOutliveAKilledServer()
         QCOMPARE(m_service.logTexts().filter("Cannot open database : ").size(), i + 1);
     }
     tell("server killed", times);
-    QVERIFY2(m_late * 10 <= times, qPrintable(QString::number(m_late)));
+    // An attempt to connect that takes a second, as on a machine that stands still, costs the commands behind it a
+    // pause.
+    QVERIFY2(m_late <= std::max(kUsualKills / 3, times / 10), qPrintable(QString::number(m_late)));
 }
 
 void TestDatabaseKills::announcedChangesOutliveEndedConnections()

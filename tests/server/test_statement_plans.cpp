@@ -25,9 +25,10 @@ namespace {
 constexpr int kPagesPerSubject = 20;
 constexpr int kPagesPerLookUp = 5;
 
-/// Rows of a table that may be read for each object, operator or template of a command: more than any of them has, and
-/// a small part of every table that grows with the registry.
-constexpr int kRowsPerSubject = 1000;
+/// Rows of a table that may be read for a command: more than any object, operator or template has, and a small part of
+/// the tables that hold those of all. Where a command names many, a few for each besides.
+constexpr int kRowsOfOne = 2000;
+constexpr int kRowsPerSubject = 20;
 
 constexpr int kTold = 600; ///< characters of a statement that are told
 
@@ -162,8 +163,9 @@ void TestStatementPlans::judge(const PlanTrial &trial, const QList<StatementPlan
 {
     for (const StatementPlan &plan : plans) {
         for (const TableRead &read : plan.reads) {
+            const int mostRows = kRowsOfOne + kRowsPerSubject * trial.subjects;
             const int mostPages = kPagesPerSubject * trial.subjects + kPagesPerLookUp * read.lookUps;
-            if (!read.isWhole && read.pages <= mostPages && read.rows <= kRowsPerSubject * trial.subjects)
+            if (!read.isWhole && read.pages <= mostPages && read.rows <= mostRows)
                 continue;
             const qsizetype allowed = allowance(trial, plan, read);
             if (allowed >= 0) {

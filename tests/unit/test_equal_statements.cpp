@@ -15,6 +15,8 @@
 
 #include <QTest>
 
+#include <functional>
+
 using namespace support;
 
 namespace {

@@ -89,7 +89,7 @@ void MeasuredOperation::record()
     }
     m_statements = m_at.log.take();
     if (!m_statements.empty())
-        m_replay = std::make_unique<Replay>(m_at.database, m_at.description, m_statements, m_operation.limit);
+        m_replay = std::make_unique<Replay>(m_at.database, m_statements, m_operation.limit);
 }
 
 /// What the statements read alone must stand in the answer: of each, what tells its first and its last row.

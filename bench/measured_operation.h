@@ -17,7 +17,6 @@ struct Installation
     Link &service;
     BareConnection &database; ///< for what is measured
     BareConnection &aside;    ///< for all else
-    std::string description;  ///< of the database, in libpq's form
     StatementLog &log;        ///< switched on
     QByteArray about;         ///< the request
     QByteArray aboutAnswer;

@@ -67,7 +67,7 @@ Installation RegistryFigures::installation(Link &service)
 {
     const QByteArray about = commandFrame(kAsker, "About");
     service.send(about);
-    return {service, m_database, m_aside, m_place.database, m_log, about, service.receive()};
+    return {service, m_database, m_aside, m_log, about, service.receive()};
 }
 
 void RegistryFigures::record(const Operation &operation)

@@ -1,6 +1,5 @@
 #include "bench/replay.h"
 
-#include <algorithm>
 #include <stdexcept>
 
 namespace bench {
@@ -14,11 +13,6 @@ constexpr Oid kBytesType = 17;
 constexpr Oid kBigIntegerType = 20;
 constexpr Oid kIntegerType = 23;
 constexpr Oid kIntegersType = 1007;
-
-bool cleansSession(const RecordedStatement &statement)
-{
-    return statement.text == "DISCARD ALL";
-}
 
 bool isArray(const QByteArray &value)
 {
@@ -82,10 +76,8 @@ QByteArray query(QByteArray text)
 
 } // namespace
 
-Replay::Replay(BareConnection &shared, const std::string &description, const std::vector<RecordedStatement> &recorded,
-               Limit limit)
-    : m_own(std::ranges::any_of(recorded, cleansSession) ? std::make_unique<BareConnection>(description) : nullptr)
-    , m_connection(m_own ? *m_own : shared)
+Replay::Replay(BareConnection &connection, const std::vector<RecordedStatement> &recorded, Limit limit)
+    : m_connection(connection)
     , m_limit(limit)
 {
     for (const RecordedStatement &statement : recorded)

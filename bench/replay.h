@@ -3,8 +3,6 @@
 #include "bench/bare_connection.h"
 #include "bench/recorded_statement.h"
 
-#include <memory>
-#include <string>
 #include <vector>
 
 namespace bench {
@@ -20,9 +18,7 @@ enum class Limit {
 class Replay
 {
 public:
-    /// `description` is the database's, in libpq's form: statements that clean the session get one of their own.
-    Replay(BareConnection &shared, const std::string &description, const std::vector<RecordedStatement> &recorded,
-           Limit limit);
+    Replay(BareConnection &connection, const std::vector<RecordedStatement> &recorded, Limit limit);
 
     /// Throws where a statement fails.
     void run();
@@ -41,7 +37,6 @@ private:
 
     [[nodiscard]] Rows result(const Step &step);
 
-    std::unique_ptr<BareConnection> m_own;
     BareConnection &m_connection;
     Limit m_limit;
     std::vector<Step> m_steps;

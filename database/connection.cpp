@@ -19,6 +19,11 @@ constexpr qint64 kLongestPauseMs = 5000;
 constexpr qint64 kPausePerAttempt = 10; ///< a pause is this many times as long as the failed attempt took
 constexpr qint64 kAtOnceMs = 1000;      ///< a server that starts takes some time to refuse, and will be there soon
 
+/// What "DISCARD ALL" does, but for the statements that the session keeps prepared; the last result tells of them.
+constexpr const char *kReset =
+    "CLOSE ALL; SET SESSION AUTHORIZATION DEFAULT; RESET ALL; UNLISTEN *; SELECT pg_catalog.pg_advisory_unlock_all(); "
+    "DISCARD TEMP; DISCARD SEQUENCES; SELECT name, from_sql FROM pg_catalog.pg_prepared_statements";
+
 QSqlError statementError(const QString &text, const QString &code = {})
 {
     return {QStringLiteral("QPSQL: Unable to create query"), text, QSqlError::StatementError, code};
@@ -122,14 +127,20 @@ void Connection::prepareSession()
     // Notices are for people at a terminal; a client's text could fill any log with them.
     PQsetNoticeProcessor(
         m_native, [](void *, const char *) {}, nullptr);
+    applySettings();
+    const Backend abandoned = std::exchange(m_abandonedBackend, {});
+    if (abandoned.process != 0 && abandoned.server == m_backend.server)
+        PQclear(run("SELECT pg_terminate_backend(" + QByteArray::number(abandoned.process) + ')'));
+}
+
+/// Those that a reset undoes.
+void Connection::applySettings()
+{
     // A reset session has the encoding that it was opened with, unless a pooler stands between: then the database's.
     if (qstrcmp(PQparameterStatus(m_native, "client_encoding"), "UTF8") != 0)
         PQclear(run("SET client_encoding = 'UTF8'"));
     if (m_statementTimeout.count() > 0)
         PQclear(run("SET statement_timeout = " + QByteArray::number(qint64(m_statementTimeout.count()))));
-    const Backend abandoned = std::exchange(m_abandonedBackend, {});
-    if (abandoned.process != 0 && abandoned.server == m_backend.server)
-        PQclear(run("SELECT pg_terminate_backend(" + QByteArray::number(abandoned.process) + ')'));
 }
 
 void Connection::resetSession()
@@ -138,14 +149,14 @@ void Connection::resetSession()
     dropAhead();
     if (!m_native || PQstatus(m_native) != CONNECTION_OK)
         return;
-    PGresult *reset = run("DISCARD ALL");
-    const bool clean = PQresultStatus(reset) == PGRES_COMMAND_OK;
-    PQclear(reset);
-    if (clean) {
-        prepareSession();
-        return;
-    }
-    openAnew();
+    // Preparing and planning all statements anew would cost the next commands more than they take themselves.
+    PGresult *prepared = run(kReset);
+    const bool isClean = m_queue.isAllThatIs(prepared);
+    PQclear(prepared);
+    if (isClean)
+        applySettings();
+    else
+        openAnew();
 }
 
 void Connection::tellLost()

@@ -124,6 +124,7 @@ private:
     bool openAnew();
     void tellLost();
     void prepareSession();
+    void applySettings();
     using Add = bool (StatementQueue::*)(PGconn *, const QByteArray &, const QList<Value> &);
     bool send(Add add, const QByteArray &text, const QList<Value> &values);
     PGresult *takeAllButLast();

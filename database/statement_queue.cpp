@@ -3,6 +3,8 @@
 #include "database/bound_values.h"
 #include "database/statement_wait.h"
 
+#include <QSet>
+
 namespace database {
 
 namespace {
@@ -58,6 +60,19 @@ void StatementQueue::forgetAll()
 {
     m_names.clear();
     m_waiting.clear();
+}
+
+bool StatementQueue::isAllThatIs(const PGresult *prepared) const
+{
+    if (PQresultStatus(prepared) != PGRES_TUPLES_OK || PQnfields(prepared) != 2)
+        return false;
+    QSet<QByteArray> missing(m_names.begin(), m_names.end());
+    for (int row = 0; row < PQntuples(prepared); ++row) {
+        if (qstrcmp(PQgetvalue(prepared, row, 1), "f") != 0)
+            return false;
+        missing.remove(PQgetvalue(prepared, row, 0));
+    }
+    return missing.isEmpty();
 }
 
 bool StatementQueue::isFull() const

@@ -29,6 +29,10 @@ public:
     /// The server does not have this text prepared any more.
     void forget(const QByteArray &text) { m_names.remove(text); }
 
+    /// True where `prepared`, the names that the session has with whether a text of SQL has prepared them, tells of all
+    /// statements that are taken for prepared, and of none that somebody else has made.
+    [[nodiscard]] bool isAllThatIs(const PGresult *prepared) const;
+
     /// Sends a statement. Its placeholders are "?" in order, or "%0", "%1", ... for the values in that order. False
     /// where libpq could not take it and says why.
     [[nodiscard]] bool add(PGconn *connection, const QByteArray &text, const QList<Value> &values);

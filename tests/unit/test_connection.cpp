@@ -226,7 +226,6 @@ private slots:
         QTest::newRow("search path") << "set search_path = pg_catalog";
         QTest::newRow("by a select") << "select set_config('search_path', 'pg_catalog', false)";
         QTest::newRow("encoding") << "set client_encoding = 'LATIN1'";
-        QTest::newRow("role") << "set role pg_read_all_data";
         QTest::newRow("prepared") << "deallocate all";
         QTest::newRow("hidden table") << "create temp table \"Groups\" (x int)";
     }
@@ -241,6 +240,92 @@ private slots:
                            {Value::integer(1), Value::text(QStringLiteral("группа"))})
                     .ok());
         QCOMPARE(m_database->value(R"(select "Name" from "Groups")").toString(), QStringLiteral("группа"));
+    }
+
+    void leavesNothingOfAForeignScriptInTheSession_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("left");
+        QTest::newRow("cursor") << "declare c cursor with hold for select 7"
+                                << "select count(*)::int from pg_cursors where name = 'c'";
+        QTest::newRow("channel") << "listen c"
+                                 << "select count(*)::int from pg_listening_channels()";
+        QTest::newRow("lock")
+            << "select pg_advisory_lock(7)"
+            << "select count(*)::int from pg_locks where locktype = 'advisory' and pid = pg_backend_pid()";
+        QTest::newRow("temporary table") << "create temp table c (x int)"
+                                         << "select count(*)::int from pg_class where relpersistence = 't'";
+        QTest::newRow("setting")
+            << "set enable_seqscan = off"
+            << "select count(*)::int from pg_settings where name = 'enable_seqscan' and setting = 'off'";
+        QTest::newRow("statement") << "prepare c as select 7"
+                                   << "select count(*)::int from pg_prepared_statements where from_sql";
+    }
+
+    void leavesNothingOfAForeignScriptInTheSession()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, left);
+        QVERIFY(m_connection.script(text).ok());
+        QCOMPARE(m_connection.queryOnce(left).integer(0, 0), 1);
+        (void)m_connection.foreignScript(text);
+        m_connection.beginCommand();
+        QCOMPARE(m_connection.queryOnce(left).integer(0, 0), 0);
+    }
+
+    void forgetsTheLastNumberOfAForeignScript()
+    {
+        const QString next = R"(select nextval(pg_get_serial_sequence('"Objects"', 'Id')))";
+        QVERIFY(m_connection.script(next).ok());
+        QVERIFY(m_connection.queryOnce("select lastval()").ok());
+        (void)m_connection.foreignScript(next);
+        QVERIFY(!m_connection.queryOnce("select lastval()").ok());
+    }
+
+    void keepsItsOwnStatementsPrepared()
+    {
+        const QByteArray own = "select name || prepare_time from pg_prepared_statements where statement = 'select 7'";
+        QCOMPARE(m_connection.query("select 7").integer(0, 0), 7);
+        const QString before = m_connection.query(own).text(0, 0);
+        QVERIFY(!before.isEmpty());
+        for (const char *text : {"select 1", "reset all", "select 1 / 0", "select pg_advisory_lock(7)"}) {
+            (void)m_connection.foreignScript(text);
+            m_connection.beginCommand();
+            QCOMPARE(m_connection.query(own).text(0, 0), before);
+        }
+    }
+
+    void runsNothingInPlaceOfItsOwnStatements_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("none") << "deallocate all";
+        QTest::newRow("one less") << "deallocate %1";
+        QTest::newRow("another one") << "deallocate %1; prepare %1 as select 666";
+        QTest::newRow("all") << "discard all";
+    }
+
+    void runsNothingInPlaceOfItsOwnStatements()
+    {
+        QFETCH(QString, text);
+        const QByteArray insert = R"(insert into "Groups" ("Id") values (?))";
+        QVERIFY(m_connection.query(insert, {Value::integer(1)}).ok());
+        QCOMPARE(m_connection.query("select 7").integer(0, 0), 7);
+        int row = 1;
+        for (const char *own : {"select 7", "insert%"}) {
+            const QString name =
+                m_connection
+                    .queryOnce(
+                        QStringLiteral("select name from pg_prepared_statements where statement like '%1'").arg(own))
+                    .text(0, 0);
+            QVERIFY(!name.isEmpty());
+            (void)m_connection.foreignScript(text.contains("%1") ? text.arg(name) : text);
+            m_connection.beginCommand();
+            QCOMPARE(m_connection.query("select 7").integer(0, 0), 7);
+            // Nobody asks whether this worked, so it must work at once.
+            m_connection.post(insert, {Value::integer(++row)});
+            m_connection.settle();
+        }
+        QCOMPARE(m_database->value(R"(select count(*) from "Groups" where "Id" <= 3)").toInt(), 3);
     }
 
     void givesTheLastResultOfAForeignScript()

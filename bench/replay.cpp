@@ -1,6 +1,7 @@
 #include "bench/replay.h"
 
 #include <stdexcept>
+#include <utility>
 
 namespace bench {
 
@@ -13,6 +14,12 @@ constexpr Oid kBytesType = 17;
 constexpr Oid kBigIntegerType = 20;
 constexpr Oid kIntegerType = 23;
 constexpr Oid kIntegersType = 1007;
+
+/// Its rows tell of the session, and are no part of an answer.
+bool cleansSession(const Statement &statement)
+{
+    return statement.text.startsWith("CLOSE ALL;");
+}
 
 bool isArray(const QByteArray &value)
 {
@@ -80,8 +87,11 @@ Replay::Replay(BareConnection &connection, const std::vector<RecordedStatement> 
     : m_connection(connection)
     , m_limit(limit)
 {
-    for (const RecordedStatement &statement : recorded)
-        m_steps.push_back({statement.way, statementOf(m_connection, statement)});
+    for (const RecordedStatement &statement : recorded) {
+        // By this one earlier revisions cleaned their session; it would drop what others keep prepared in this one.
+        if (statement.text != "DISCARD ALL")
+            m_steps.push_back({statement.way, statementOf(m_connection, statement)});
+    }
     if (limit != Limit::Pipelined)
         return;
     for (const Step &step : m_steps) {
@@ -122,8 +132,11 @@ void Replay::run()
 std::vector<Rows> Replay::results()
 {
     std::vector<Rows> results;
-    for (const Step &step : m_steps)
-        results.push_back(result(step));
+    for (const Step &step : m_steps) {
+        Rows rows = result(step);
+        if (!cleansSession(step.statement))
+            results.push_back(std::move(rows));
+    }
     return results;
 }
 

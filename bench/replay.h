@@ -23,7 +23,7 @@ public:
     /// Throws where a statement fails.
     void run();
 
-    /// The same by Limit::Prepared, for the results of all statements.
+    /// The same by Limit::Prepared, for the results of all statements but those that clean the session.
     [[nodiscard]] std::vector<Rows> results();
 
     [[nodiscard]] std::size_t size() const { return m_steps.size(); }
